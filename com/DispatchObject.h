@@ -1,0 +1,137 @@
+#pragma once
+
+#include "com/Platform.h"
+
+#include <memory>
+#include <new>
+#include <utility>
+
+#include "com/CTvErrorInfo.h"
+#include "com/CTvSupportErrorInfo.h"
+#include "com/ComError.h"
+#include "com/ComPtr.h"
+#include "com/ErrorRecord.h"
+#include "com/InterfaceChain.h"
+#include "com/ModuleState.h"
+#include "com/TypeInfoCache.h"
+
+namespace com {
+
+// Private identity of the library's own objects. QueryInterface answers it with the object's
+// primary interface pointer and, unlike every public interface, adds no reference: it only tells
+// the model that an object is one of its own, so that its fields can be read directly.
+inline constexpr IID kOwnObjectIid = {
+    0x5fa3257a, 0x1632, 0x46bc, {0xb7, 0xf4, 0x25, 0xf0, 0x16, 0xdb, 0x51, 0xf5}};
+
+// The shared half of every automation object: single-threaded reference counting,
+// QueryInterface over the interface's chain, IDispatch through the library's type information,
+// ISupportErrorInfo, the module lock, and the error boundary that each member runs inside.
+template <class Interface, class... ErrorInterfaces>
+class DispatchObject : public Interface, public CTvSupportErrorInfo<Interface, ErrorInterfaces...> {
+public:
+    DispatchObject(const DispatchObject&) = delete;
+    DispatchObject& operator=(const DispatchObject&) = delete;
+
+    // IUnknown
+    STDMETHODIMP QueryInterface(REFIID riid, void** object) override {
+        if (!object) return E_POINTER;
+        if (::IsEqualGUID(riid, kOwnObjectIid)) {
+            *object = static_cast<Interface*>(this);
+            return S_OK;
+        }
+        if (IsInInterfaceChain<Interface>(riid)) {
+            *object = static_cast<Interface*>(this);
+        } else if (::IsEqualGUID(riid, __uuidof(ISupportErrorInfo))) {
+            *object = static_cast<ISupportErrorInfo*>(this);
+        } else {
+            *object = nullptr;
+            return E_NOINTERFACE;
+        }
+        AddRef();
+        return S_OK;
+    }
+    STDMETHODIMP_(ULONG) AddRef() override { return ++references_; }
+    STDMETHODIMP_(ULONG) Release() override {
+        const ULONG remaining = --references_;
+        if (remaining == 0) delete this;
+        return remaining;
+    }
+
+    // IDispatch
+    STDMETHODIMP GetTypeInfoCount(UINT* count) override {
+        if (!count) return E_POINTER;
+        *count = 1;
+        return S_OK;
+    }
+    STDMETHODIMP GetTypeInfo(UINT index, LCID, ITypeInfo** info) override {
+        if (!info) return E_POINTER;
+        *info = nullptr;
+        if (index != 0) return DISP_E_BADINDEX;
+        return Guarded([&] {
+            ComPtr<ITypeInfo>(OwnTypeInfo()).copy_to(info);
+            return S_OK;
+        });
+    }
+    STDMETHODIMP GetIDsOfNames(REFIID riid, LPOLESTR* names, UINT count, LCID, DISPID* ids) override {
+        if (!::IsEqualGUID(riid, IID_NULL)) return DISP_E_UNKNOWNINTERFACE;
+        return Guarded([&] { return OwnTypeInfo()->GetIDsOfNames(names, count, ids); });
+    }
+    STDMETHODIMP Invoke(DISPID member, REFIID riid, LCID, WORD flags, DISPPARAMS* params,
+                        VARIANT* result, EXCEPINFO* exception, UINT* argumentError) override {
+        if (!::IsEqualGUID(riid, IID_NULL)) return DISP_E_UNKNOWNINTERFACE;
+        return Guarded([&] {
+            ITypeInfo* info = OwnTypeInfo();
+            // JScript's Enumerator asks for _NewEnum as a method; the type library declares it a
+            // property, which the platform's dispatcher would refuse.
+            if (member == DISPID_NEWENUM && (flags & DISPATCH_METHOD)) flags = DISPATCH_PROPERTYGET;
+            Interface* self = this;
+            HRESULT hr = info->Invoke(self, member, flags, params, result, exception, argumentError);
+            // `Set obj.Prop = x` arrives as put-by-reference; object properties are declared as
+            // plain puts, which take the same argument.
+            if (hr == DISP_E_MEMBERNOTFOUND && flags == DISPATCH_PROPERTYPUTREF) {
+                hr = info->Invoke(self, member, DISPATCH_PROPERTYPUT, params, result, exception,
+                                  argumentError);
+            }
+            return hr;
+        });
+    }
+
+protected:
+    DispatchObject() noexcept { ModuleLock::Lock(); }
+    virtual ~DispatchObject() { ModuleLock::Unlock(); }
+
+    // The error boundary: runs one member's body in the module's state and turns whatever it
+    // throws into the member's HRESULT, recording the failure for ISupportErrorInfo.
+    template <class Body>
+    HRESULT Guarded(Body&& body) noexcept {
+        ModuleStateGuard state;
+        try {
+            return body();
+        } catch (const ComError& error) {
+            return Fail(error.Code());
+        } catch (const std::bad_alloc&) {
+            return Fail(E_OUTOFMEMORY);
+        } catch (...) {
+            return Fail(E_UNEXPECTED);
+        }
+    }
+
+private:
+    static ITypeInfo* OwnTypeInfo() { return TypeInfoCache::Get(__uuidof(Interface)); }
+
+    HRESULT Fail(HRESULT code) noexcept {
+        RecordError(errorInfo_, code, __uuidof(Interface));
+        return code;
+    }
+
+    std::unique_ptr<TVL::CTvErrorInfo> errorInfo_;
+    ULONG references_ = 0;
+};
+
+// Creates an object holding one reference for the caller.
+template <class T, class... Args>
+ComPtr<T> MakeObject(Args&&... args) {
+    return ComPtr<T>(new T(std::forward<Args>(args)...));
+}
+
+}  // namespace com

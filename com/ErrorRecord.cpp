@@ -1,0 +1,52 @@
+#include "com/ErrorRecord.h"
+
+#include <cwchar>
+#include <new>
+
+#include "com/ComPtr.h"
+
+namespace com {
+namespace {
+
+constexpr wchar_t kSource[] = L"QnPropStorage";
+
+BSTR DescribeCode(HRESULT code) noexcept {
+    wchar_t* message = nullptr;
+    const DWORD length = ::FormatMessageW(
+        FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS,
+        nullptr, static_cast<DWORD>(code), 0, reinterpret_cast<wchar_t*>(&message), 0, nullptr);
+    BSTR text = nullptr;
+    if (length > 0 && message) {
+        DWORD end = length;
+        while (end > 0 && (message[end - 1] == L'\r' || message[end - 1] == L'\n')) --end;
+        text = ::SysAllocStringLen(message, end);
+    } else {
+        wchar_t fallback[32];
+        std::swprintf(fallback, 32, L"Error 0x%08lX", static_cast<unsigned long>(code));
+        text = ::SysAllocString(fallback);
+    }
+    if (message) ::LocalFree(message);
+    return text;
+}
+
+}  // namespace
+
+void RecordError(std::unique_ptr<TVL::CTvErrorInfo>& record, HRESULT code, const IID& iid) noexcept {
+    if (!record) {
+        record.reset(new (std::nothrow) TVL::CTvErrorInfo);
+        if (!record) return;
+    }
+    record->code = code;
+    record->source.reset(::SysAllocString(kSource));
+    record->description.reset(DescribeCode(code));
+    record->helpFile.reset();
+
+    ComPtr<ICreateErrorInfo> creator;
+    if (FAILED(::CreateErrorInfo(creator.put()))) return;
+    creator->SetGUID(iid);
+    creator->SetSource(record->source.get());
+    creator->SetDescription(record->description.get());
+    if (auto info = creator.try_query<IErrorInfo>()) ::SetErrorInfo(0, info.get());
+}
+
+}  // namespace com

@@ -1,0 +1,16 @@
+#pragma once
+
+#include "com/Platform.h"
+
+#include <memory>
+
+#include "com/CTvErrorInfo.h"
+
+namespace com {
+
+// Fills an object's error record for a failure (creating the record on first use) and makes it the
+// thread's error information, as ISupportErrorInfo promises. Never throws: reporting a failure must
+// not fail the caller a second time.
+void RecordError(std::unique_ptr<TVL::CTvErrorInfo>& record, HRESULT code, const IID& iid) noexcept;
+
+}  // namespace com

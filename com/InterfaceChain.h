@@ -1,0 +1,29 @@
+#pragma once
+
+#include "com/Platform.h"
+
+#include <type_traits>
+
+namespace com {
+
+// The interface an interface derives from. Each dual interface of the library names its parent,
+// so QueryInterface can answer the whole chain from one template.
+template <class Interface>
+struct InterfaceParent;
+
+template <>
+struct InterfaceParent<IDispatch> {
+    using type = IUnknown;
+};
+
+template <class Interface>
+bool IsInInterfaceChain(REFIID riid) noexcept {
+    if (::IsEqualGUID(riid, __uuidof(Interface))) return true;
+    if constexpr (std::is_same_v<Interface, IUnknown>) {
+        return false;
+    } else {
+        return IsInInterfaceChain<typename InterfaceParent<Interface>::type>(riid);
+    }
+}
+
+}  // namespace com

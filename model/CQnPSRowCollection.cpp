@@ -1,0 +1,104 @@
+#include "model/CQnPSRowCollection.h"
+
+#include "com/SafeArray.h"
+#include "model/ObjectTypes.h"
+#include "model/VariantEquality.h"
+#include "values/VariantArray.h"
+
+namespace model {
+
+CQnPSRow* CQnPSRowCollection::RowAt(size_t index) const noexcept {
+    return OwnObject<CQnPSRow>(ItemAt(index), qnpsObjType_Row);
+}
+
+CQnPSRow* CQnPSRowCollection::FindRowByID(const wchar_t* id) const noexcept {
+    if (!id) return nullptr;
+    for (size_t i = 0; i < ItemCount(); ++i) {
+        CQnPSRow* row = RowAt(i);
+        if (row && row->HasRowID(id)) return row;
+    }
+    return nullptr;
+}
+
+STDMETHODIMP CQnPSRowCollection::get_Row(BSTR ColumnName, VARIANT Value, IQnPSRow** ppRow) {
+    return Guarded([&] {
+        if (!ColumnName || !ppRow) return E_INVALIDARG;
+        *ppRow = nullptr;
+        const VARIANT& wanted =
+            (Value.vt == (VT_BYREF | VT_VARIANT) && Value.pvarVal) ? *Value.pvarVal : Value;
+        for (size_t i = 0; i < ItemCount(); ++i) {
+            CQnPSRow* row = RowAt(i);
+            if (!row) continue;
+            const CQnPSProperty* cell = row->FindProperty(ColumnName);
+            if (cell && VariantsEqual(cell->Value(), wanted)) {
+                com::ComPtr<IQnPSRow>(row).copy_to(ppRow);
+                return S_OK;
+            }
+        }
+        return S_OK;
+    });
+}
+
+STDMETHODIMP CQnPSRowCollection::get_RowByID(BSTR RowID, IQnPSRow** ppRow) {
+    return Guarded([&] {
+        if (!RowID || !ppRow) return E_INVALIDARG;
+        *ppRow = nullptr;
+        if (CQnPSRow* row = FindRowByID(RowID)) com::ComPtr<IQnPSRow>(row).copy_to(ppRow);
+        return S_OK;
+    });
+}
+
+STDMETHODIMP CQnPSRowCollection::get_ColumnValues(BSTR ColumnName, VARIANT* pvArray) {
+    return Guarded([&] {
+        if (!ColumnName || !pvArray) return E_INVALIDARG;
+        ::VariantInit(pvArray);
+        if (ItemCount() < 1) return S_OK;
+        values::VariantArray result;
+        if (FAILED(result.Create(VT_VARIANT, static_cast<ULONG>(ItemCount())))) return S_OK;
+        {
+            // Parallel to the collection: an item without the column leaves its element empty.
+            com::SafeArrayData<VARIANT> elements(result.Array());
+            for (size_t i = 0; i < ItemCount(); ++i) {
+                const CQnPSRow* row = RowAt(i);
+                const CQnPSProperty* cell = row ? row->FindProperty(ColumnName) : nullptr;
+                if (cell) com::ThrowIfFailed(com::CopyVariant(&elements[i], cell->Value()));
+            }
+        }
+        result.Detach(pvArray);
+        return S_OK;
+    });
+}
+
+STDMETHODIMP CQnPSRowCollection::get_UniqueColumnValues(BSTR ColumnName, VARIANT* pvArray) {
+    return Guarded([&] {
+        if (!ColumnName || !pvArray) return E_INVALIDARG;
+        ::VariantInit(pvArray);
+        UniqueValues(ColumnName, pvArray);
+        return S_OK;
+    });
+}
+
+void CQnPSRowCollection::UniqueValues(const wchar_t* columnName, VARIANT* result) const {
+    if (ItemCount() < 1) return;
+    values::VariantArray unique;
+    if (FAILED(unique.Create(VT_VARIANT, static_cast<ULONG>(ItemCount())))) return;
+    size_t collected = 0;
+    {
+        com::SafeArrayData<VARIANT> elements(unique.Array());
+        for (size_t i = 0; i < ItemCount(); ++i) {
+            const CQnPSRow* row = RowAt(i);
+            const CQnPSProperty* cell = row ? row->FindProperty(columnName) : nullptr;
+            if (!cell || cell->Value().vt == VT_EMPTY || cell->Value().vt == VT_NULL) continue;
+            bool seen = false;
+            for (size_t j = 0; j < collected && !seen; ++j) seen = VariantsEqual(elements[j], cell->Value());
+            if (seen) continue;
+            com::ThrowIfFailed(com::CopyVariant(&elements[collected], cell->Value()));
+            ++collected;
+        }
+    }
+    if (collected == 0) return;
+    if (collected < ItemCount()) unique.Redim(static_cast<ULONG>(collected));
+    unique.Detach(result);
+}
+
+}  // namespace model

@@ -1,0 +1,18 @@
+#pragma once
+
+#include "model/CPSObjectBase.h"
+
+namespace model {
+
+// The library's entry object, the one class clients create: it makes empty model objects and
+// reads and writes property tables in streams. It keeps no state between calls.
+class CQnPropStorage final : public CPSObjectBase<IQnPropertyStorage> {
+public:
+    CQnPropStorage() noexcept { SetObjectType(qnpsObjType_QnPropertyStorage); }
+
+    STDMETHODIMP CreateQnPSObject(qnpsObjectType eType, IQnPSObject** ppObject) override;
+    STDMETHODIMP ReadProperties(IUnknown* pStream, IQnPSTable** ppTable) override;
+    STDMETHODIMP WriteProperties(IUnknown* pStream, IQnPSTable* pTable, long iFlags) override;
+};
+
+}  // namespace model

@@ -1,0 +1,63 @@
+#include "module/ClassFactory.h"
+
+#include <new>
+
+#include "com/ModuleState.h"
+#include "model/CQnPropStorage.h"
+
+namespace module {
+namespace {
+
+ClassFactory propStorageFactory;
+
+struct ObjectMapEntry {
+    const CLSID* clsid;
+    IClassFactory* factory;
+};
+
+const ObjectMapEntry objectMap[] = {
+    {&CLSID_CQnPropStorage, &propStorageFactory},
+};
+
+}  // namespace
+
+IClassFactory* FindClassObject(REFCLSID clsid) noexcept {
+    for (const auto& entry : objectMap) {
+        if (::IsEqualCLSID(*entry.clsid, clsid)) return entry.factory;
+    }
+    return nullptr;
+}
+
+STDMETHODIMP ClassFactory::QueryInterface(REFIID riid, void** object) {
+    if (!object) return E_POINTER;
+    if (::IsEqualIID(riid, IID_IUnknown) || ::IsEqualIID(riid, IID_IClassFactory)) {
+        *object = static_cast<IClassFactory*>(this);
+        return S_OK;
+    }
+    *object = nullptr;
+    return E_NOINTERFACE;
+}
+
+STDMETHODIMP ClassFactory::CreateInstance(IUnknown* outer, REFIID riid, void** object) {
+    if (!object) return E_POINTER;
+    *object = nullptr;
+    if (outer) return CLASS_E_NOAGGREGATION;
+    com::ModuleStateGuard state;
+    try {
+        auto storage = com::MakeObject<model::CQnPropStorage>();
+        return storage->QueryInterface(riid, object);
+    } catch (const std::bad_alloc&) {
+        return E_OUTOFMEMORY;
+    }
+}
+
+STDMETHODIMP ClassFactory::LockServer(BOOL lock) {
+    if (lock) {
+        com::ModuleLock::Lock();
+    } else {
+        com::ModuleLock::Unlock();
+    }
+    return S_OK;
+}
+
+}  // namespace module

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "com/Platform.h"
+
+#include "com/UniqueVariant.h"
+
+namespace values {
+
+// A one-dimensional safe array held in a VARIANT (element type | VT_ARRAY), the form in which
+// arrays of values cross the automation interfaces. The holder owns the array until Detach.
+class VariantArray {
+public:
+    VariantArray() noexcept = default;
+
+    // Empties the holder without freeing: for a holder whose value was handed on elsewhere.
+    void Init() noexcept;
+    HRESULT Create(VARTYPE elementType, ULONG count, const void* data = nullptr, LONG lowerBound = 0);
+    HRESULT CreateMulti(VARTYPE elementType, UINT dimensions, const ULONG* counts);
+    bool PutElement(LONG index, void* value);
+    bool GetElement(LONG index, void* value) const;
+    // Changes the element count, lower bound 0; a failure is not reported.
+    void Redim(ULONG count);
+    // Moves the whole VARIANT into `target` and leaves the holder empty.
+    void Detach(VARIANT* target) noexcept;
+
+    SAFEARRAY* Array() const noexcept;
+    const VARIANT& get() const noexcept { return value_.get(); }
+
+private:
+    com::UniqueVariant value_;
+};
+
+}  // namespace values
