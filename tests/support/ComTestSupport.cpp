@@ -1,0 +1,142 @@
+#include "support/ComTestSupport.h"
+
+#include <sstream>
+
+namespace qnps_test {
+
+UniqueBstr Bstr(const wchar_t* text) { return com::CopyText(text); }
+
+std::wstring Text(BSTR text) { return std::wstring(text ? text : L"", com::BstrLength(text)); }
+
+UniqueVariant VariantOf(const wchar_t* text) {
+    UniqueVariant value;
+    value.get().vt = VT_BSTR;
+    value.get().bstrVal = ::SysAllocString(text);
+    return value;
+}
+
+UniqueVariant VariantOf(long value) {
+    UniqueVariant result;
+    result.get().vt = VT_I4;
+    result.get().lVal = value;
+    return result;
+}
+
+UniqueVariant VariantOfDouble(double value) {
+    UniqueVariant result;
+    result.get().vt = VT_R8;
+    result.get().dblVal = value;
+    return result;
+}
+
+ULONG RefCount(IUnknown* object) {
+    object->AddRef();
+    return object->Release();
+}
+
+HRESULT ModuleCanUnloadNow() {
+    HMODULE module = ::GetModuleHandleW(L"QnPropStorage.dll");
+    if (!module) return S_OK;  // never loaded, or already unloaded
+    using CanUnloadNow = HRESULT(STDAPICALLTYPE*)();
+    auto entry = reinterpret_cast<CanUnloadNow>(
+        reinterpret_cast<void*>(::GetProcAddress(module, "DllCanUnloadNow")));
+    return entry ? entry() : E_FAIL;
+}
+
+std::wstring ArrayText(const VARIANT& array) {
+    if (array.vt != (VT_ARRAY | VT_VARIANT) || !array.parray) return L"<not an array>";
+    LONG lower = 0, upper = -1;
+    ::SafeArrayGetLBound(array.parray, 1, &lower);
+    ::SafeArrayGetUBound(array.parray, 1, &upper);
+    std::wostringstream text;
+    for (LONG i = lower; i <= upper; ++i) {
+        UniqueVariant element;
+        ::SafeArrayGetElement(array.parray, &i, element.put());
+        if (i > lower) text << L",";
+        if (element.type() == VT_EMPTY) {
+            text << L"<empty>";
+        } else if (element.type() == VT_NULL) {
+            text << L"<null>";
+        } else {
+            UniqueVariant asText;
+            if (SUCCEEDED(::VariantChangeType(asText.put(), &element.get(), 0, VT_BSTR))) {
+                text << Text(asText.get().bstrVal);
+            } else {
+                text << L"<?>";
+            }
+        }
+    }
+    return text.str();
+}
+
+void ComTest::SetUp() {
+    ASSERT_EQ(S_OK, ::CoCreateInstance(CLSID_CQnPropStorage, nullptr, CLSCTX_INPROC_SERVER,
+                                       IID_IQnPropertyStorage, storage_.put_void()));
+}
+
+void ComTest::TearDown() {
+    storage_.reset();
+    EXPECT_EQ(S_OK, ModuleCanUnloadNow()) << "objects or locks outlived the test";
+}
+
+ComPtr<IQnPSColumnDef> ComTest::MakeColumn(const wchar_t* name, qnpsPropertyType type, long order) {
+    auto column = Create<IQnPSColumnDef>(qnpsObjType_ColumnDef);
+    EXPECT_EQ(S_OK, column->put_Name(Bstr(name).get()));
+    EXPECT_EQ(S_OK, column->put_PropType(type));
+    EXPECT_EQ(S_OK, column->put_Order(order));
+    return column;
+}
+
+ComPtr<IQnPSProperty> ComTest::MakeCell(IQnPSColumnDef* column, const VARIANT& value) {
+    auto cell = Create<IQnPSProperty>(qnpsObjType_QnPSProperty);
+    if (column) {
+        EXPECT_EQ(S_OK, cell->put_ColumnDef(column));
+    }
+    EXPECT_EQ(S_OK, cell->put_Value(value));
+    return cell;
+}
+
+ComPtr<IQnPSRow> ComTest::MakeRow(const wchar_t* id) {
+    auto row = Create<IQnPSRow>(qnpsObjType_Row);
+    if (id) {
+        EXPECT_EQ(S_OK, row->put_RowID(Bstr(id).get()));
+    }
+    return row;
+}
+
+ComPtr<IQnPSTable> ComTest::MakeTable(const wchar_t* application) {
+    auto table = Create<IQnPSTable>(qnpsObjType_Table);
+    auto definitions = Create<IQnPSColumnDefCollection>(qnpsObjType_ColumnDefCollection);
+    auto rows = Create<IQnPSRowCollection>(qnpsObjType_RowCollection);
+    EXPECT_EQ(S_OK, table->put_ColumnDefs(definitions.get()));
+    EXPECT_EQ(S_OK, table->put_Rows(rows.get()));
+    if (application) {
+        EXPECT_EQ(S_OK, table->put_Application(Bstr(application).get()));
+    }
+    return table;
+}
+
+ComPtr<IQnPSColumnDefCollection1> ComTest::Definitions(IQnPSTable* table) {
+    ComPtr<IQnPSColumnDefCollection> all;
+    EXPECT_EQ(S_OK, table->GetColumnDefs(qnpsDefinitions_All, all.put()));
+    return all ? all.query<IQnPSColumnDefCollection1>() : ComPtr<IQnPSColumnDefCollection1>();
+}
+
+ComPtr<IQnPSRowCollection> ComTest::Rows(IQnPSTable* table) {
+    ComPtr<IQnPSRowCollection> rows;
+    EXPECT_EQ(S_OK, table->get_Rows(rows.put()));
+    return rows;
+}
+
+ComPtr<IQnPSRow> ComTest::AddRow(IQnPSTable* table, const wchar_t* id,
+                                 std::initializer_list<std::pair<IQnPSColumnDef*, const VARIANT*>> cells) {
+    auto row = MakeRow(id);
+    for (const auto& [column, value] : cells) {
+        auto cell = MakeCell(column, *value);
+        EXPECT_EQ(S_OK, row->AddItem(cell.get()));
+    }
+    EXPECT_EQ(S_OK, Rows(table)->AddItem(row.get()));
+    return row;
+}
+
+}  // namespace qnps_test

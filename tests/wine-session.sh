@@ -1,0 +1,26 @@
+#!/usr/bin/env bash
+# Starts or stops the private Wine session the tests run in: `start PREFIX` makes the prefix on
+# first use and keeps a wine server running; `stop PREFIX` ends it. Wine's server and services
+# must not inherit the caller's output pipes, or ctest waits for them to exit.
+set -euo pipefail
+action=$1
+export WINEPREFIX=$2
+export WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml=" LANG=C.UTF-8
+
+case "$action" in
+start)
+    mkdir -p "$WINEPREFIX"
+    if [ ! -f "$WINEPREFIX/system.reg" ]; then
+        wine wineboot -i </dev/null >/dev/null 2>&1
+    fi
+    wineserver -p </dev/null >/dev/null 2>&1
+    wine cmd /c exit </dev/null >/dev/null 2>&1
+    ;;
+stop)
+    wineserver -k </dev/null >/dev/null 2>&1 || true
+    ;;
+*)
+    echo "usage: $0 start|stop PREFIX" >&2
+    exit 2
+    ;;
+esac
