@@ -6,8 +6,8 @@ root=$(cd "$(dirname "$0")/.." && pwd)
 build=${QNPS_BUILD_DIR:-$root/build}
 
 bash "$root/scripts/install-deps.sh"
-cmake -S "$root" -B "$build" -DQNPS_BUILD_TESTS=OFF >/dev/null
-cmake --build "$build" -j"$(nproc)" >/dev/null
+cmake -S "$root" -B "$build" >/dev/null
+cmake --build "$build" --target QnPropStorage -j"$(nproc)" >/dev/null
 
 export WINEPREFIX=$build/wineprefix WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml=" LANG=C.UTF-8
 bash "$root/tests/wine-session.sh" start "$WINEPREFIX"
