@@ -2,6 +2,9 @@
 
 #include "com/Platform.h"
 
+#include <cwctype>
+#include <string>
+
 #include "com/ComError.h"
 #include "com/UniqueHandle.h"
 
@@ -29,5 +32,14 @@ inline BSTR CopyBstrBytes(BSTR text) noexcept {
 
 // Case-insensitive, ordinal comparison of two names, as every name lookup of the library does it.
 inline bool NamesEqual(const wchar_t* a, const wchar_t* b) noexcept { return _wcsicmp(a, b) == 0; }
+
+// A name folded to lower case by the same character mapping that NamesEqual applies, so that two
+// names are equal exactly when their folded forms are: a key for hashed name lookups.
+inline std::wstring FoldedName(const wchar_t* name, size_t length) {
+    std::wstring folded(name ? name : L"", name ? length : 0);
+    for (wchar_t& c : folded) c = static_cast<wchar_t>(towlower(c));
+    return folded;
+}
+inline std::wstring FoldedName(BSTR name) { return FoldedName(name, BstrLength(name)); }
 
 }  // namespace com

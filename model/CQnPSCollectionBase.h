@@ -91,6 +91,8 @@ public:
         Reserve(items_.size() + 1);
         items_.emplace(items_.begin() + static_cast<std::ptrdiff_t>(index), item);
     }
+    // Room for `count` items in all: for a builder that knows how many are coming.
+    void ReserveItems(size_t count) { items_.reserve(count); }
     void Clear() noexcept { std::vector<com::ComPtr<IQnPSObject>>().swap(items_); }
 
 protected:

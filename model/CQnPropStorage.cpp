@@ -1,7 +1,12 @@
 #include "model/CQnPropStorage.h"
 
+#include "com/UniqueVariant.h"
 #include "model/CQnPSObjCollection.h"
 #include "model/CQnPSTable.h"
+#include "model/ObjectTypes.h"
+#include "xml/CXmlReaderBase.h"
+#include "xml/PropertyDocumentReader.h"
+#include "xml/PropertyDocumentWriter.h"
 
 namespace model {
 namespace {
@@ -34,8 +39,45 @@ STDMETHODIMP CQnPropStorage::CreateQnPSObject(qnpsObjectType eType, IQnPSObject*
     });
 }
 
-STDMETHODIMP CQnPropStorage::ReadProperties(IUnknown*, IQnPSTable**) { return E_NOTIMPL; }
+STDMETHODIMP CQnPropStorage::ReadProperties(IUnknown* pStream, IQnPSTable** ppTable) {
+    return Guarded([&] {
+        const auto stream = com::ComPtr<IUnknown>(pStream).try_query<IStream>();
+        if (!stream || !ppTable) return E_INVALIDARG;
+        *ppTable = nullptr;
+        STATSTG status{};
+        if (FAILED(stream->Stat(&status, STATFLAG_NONAME)) || status.cbSize.QuadPart == 0) {
+            return static_cast<HRESULT>(QNPS_E_WRONGXMLFILE);
+        }
+        // Read from where the stream stands, as the parser loads it.
+        com::UniqueVariant source;
+        source.get().vt = VT_UNKNOWN;
+        stream.copy_to(reinterpret_cast<IStream**>(&source.get().punkVal));
+        xml::CXmlReaderBase reader;
+        if (!reader.OpenDocument(&source.get())) return static_cast<HRESULT>(QNPS_E_WRONGXMLFILE);
+        com::ComPtr<CQnPSTable> table;
+        const HRESULT hr = xml::PropertyDocumentReader(reader).Read(table);
+        if (!table) return hr;
+        return table->QueryInterface(IID_IQnPSTable, reinterpret_cast<void**>(ppTable));
+    });
+}
 
-STDMETHODIMP CQnPropStorage::WriteProperties(IUnknown*, IQnPSTable*, long) { return E_NOTIMPL; }
+STDMETHODIMP CQnPropStorage::WriteProperties(IUnknown* pStream, IQnPSTable* pTable, long iFlags) {
+    return Guarded([&] {
+        const auto stream = com::ComPtr<IUnknown>(pStream).try_query<IStream>();
+        // The table's collections are walked directly, so it must be one of ours.
+        CQnPSTable* table = OwnObject<CQnPSTable>(pTable, qnpsObjType_Table);
+        if (!stream || !table || !table->Definitions() || !table->RowCollection()) return E_INVALIDARG;
+        STATSTG status{};
+        const HRESULT stat = stream->Stat(&status, STATFLAG_NONAME);
+        if (FAILED(stat)) return stat;
+        if ((status.grfMode & (STGM_WRITE | STGM_READWRITE)) == 0) {
+            return static_cast<HRESULT>(QNPS_E_STREAMISREADONLY);
+        }
+        const HRESULT written = xml::PropertyDocumentWriter(*table, iFlags).Write(stream.get(), status.cbSize.QuadPart);
+        if (written != S_OK) return written;
+        stream->Commit(STGC_OVERWRITE);
+        return stat;
+    });
+}
 
 }  // namespace model

@@ -1,0 +1,67 @@
+#include "support/StreamSupport.h"
+
+namespace qnps_test {
+
+namespace {
+constexpr DWORD kExclusive = STGM_SHARE_EXCLUSIVE;
+}
+
+CompoundFile::CompoundFile(const wchar_t* path) {
+    if (path) {
+        path_ = path;
+        EXPECT_EQ(S_OK, ::StgCreateDocfile(path, STGM_CREATE | STGM_READWRITE | kExclusive, 0, storage_.put()));
+    } else {
+        ComPtr<ILockBytes> bytes;
+        EXPECT_EQ(S_OK, ::CreateILockBytesOnHGlobal(nullptr, TRUE, bytes.put()));
+        EXPECT_EQ(S_OK, ::StgCreateDocfileOnILockBytes(bytes.get(), STGM_CREATE | STGM_READWRITE | kExclusive, 0,
+                                                       storage_.put()));
+    }
+}
+
+CompoundFile::~CompoundFile() {
+    storage_.reset();
+    if (!path_.empty()) ::DeleteFileW(path_.c_str());
+}
+
+ComPtr<IStream> CompoundFile::CreateStream(const wchar_t* name) {
+    ComPtr<IStream> stream;
+    EXPECT_EQ(S_OK, storage_->CreateStream(name, STGM_CREATE | STGM_READWRITE | kExclusive, 0, 0, stream.put()));
+    return stream;
+}
+
+ComPtr<IStream> CompoundFile::OpenStream(DWORD access, const wchar_t* name) {
+    ComPtr<IStream> stream;
+    EXPECT_EQ(S_OK, storage_->OpenStream(name, nullptr, access | kExclusive, 0, stream.put()));
+    return stream;
+}
+
+void Rewind(IStream* stream) {
+    LARGE_INTEGER start{};
+    EXPECT_EQ(S_OK, stream->Seek(start, STREAM_SEEK_SET, nullptr));
+}
+
+ULONGLONG StreamSize(IStream* stream) {
+    STATSTG status{};
+    EXPECT_EQ(S_OK, stream->Stat(&status, STATFLAG_NONAME));
+    return status.cbSize.QuadPart;
+}
+
+std::string StreamBytes(IStream* stream) {
+    Rewind(stream);
+    std::string bytes;
+    char buffer[4096];
+    ULONG read = 0;
+    while (SUCCEEDED(stream->Read(buffer, sizeof buffer, &read)) && read > 0) bytes.append(buffer, read);
+    return bytes;
+}
+
+void SetStreamBytes(IStream* stream, const std::string& bytes) {
+    ULARGE_INTEGER size{};
+    EXPECT_EQ(S_OK, stream->SetSize(size));
+    Rewind(stream);
+    ULONG written = 0;
+    EXPECT_EQ(S_OK, stream->Write(bytes.data(), static_cast<ULONG>(bytes.size()), &written));
+    Rewind(stream);
+}
+
+}  // namespace qnps_test

@@ -1,0 +1,73 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "com/Bstr.h"
+#include "xml/CStackBase.h"
+#include "xml/WkXMLFile.h"
+
+namespace xml {
+
+// A read cursor over a document: loads it, positions on a section, walks the section's child
+// elements one by one and reads their attributes as text. Operations answer 1 for success and 0
+// when their preconditions fail.
+class CXmlReaderBase : public CStackBase {
+public:
+    CXmlReaderBase() = default;
+    ~CXmlReaderBase() override { Close(); }
+
+    int OpenDocument(const VARIANT* source);
+    int OpenFile(const wchar_t* path);
+    // Reads a document that another object has loaded and keeps; nothing is loaded again.
+    int AttachDocument(IXMLDOMDocument* document);
+
+    // The root's name and the values of those of `attributeNames` (null-terminated) that exist,
+    // in list order: a missing attribute adds nothing.
+    int GetRootInfo(const wchar_t* const* attributeNames, std::vector<std::wstring>* values,
+                    std::wstring* rootName);
+    // Positions on the first element of that name anywhere below the root.
+    int OpenSection(const wchar_t* name);
+    // The next child element of the current level; text, white space and comments are skipped.
+    int NextElement(BSTR* nameOut);
+    // Scans the level's children from the first (the walk's position is not used or changed) for an
+    // element named `name` whose attribute `attributeName` equals `attributeValue` without regard to
+    // case; an element lacking the attribute matches as well.
+    int FindElement(const wchar_t* name, BSTR attributeName, const wchar_t* attributeValue);
+    // The current element's attribute; `out` (optional) receives its text.
+    int GetAttribute(BSTR name, BSTR* out);
+    // Assigns only when the attribute exists, leaving `out` unchanged otherwise.
+    int GetAttribute(BSTR name, std::wstring& out);
+    // Changes an existing attribute of a document loaded from a file.
+    int SetAttribute(BSTR name, const VARIANT& value);
+    int SetAttribute(BSTR name, const wchar_t* value);
+    int PushLevel();
+    int PopLevel();
+    void SaveIfModified();
+    void Close() noexcept;
+
+    bool IsOpen() const noexcept { return open_ != 0; }
+    bool IsModified() const noexcept { return modified_ != 0; }
+
+private:
+    enum SourceKind { kClosed = 0, kFromFile = 1, kFromStream = 2 };
+
+    int Opened(IXMLDOMElement* root, SourceKind kind);
+    void EnterChildrenOf(IXMLDOMNode* parent);
+
+    int open_ = 0;
+    int modified_ = 0;
+    DWORD documentFlags_ = WkXMLFile::kPreserveWhiteSpace | WkXMLFile::kReadOnly;
+    std::wstring filePath_;
+    std::unique_ptr<WkXMLFile> document_;
+    com::ComPtr<IXMLDOMElement> root_;
+    com::ComPtr<IXMLDOMNode> section_;
+    // The level being walked, and the child the walk looks at next. A sibling cursor: indexing a
+    // child list walks it from the start for every item under some parsers.
+    com::ComPtr<IXMLDOMNode> level_;
+    com::ComPtr<IXMLDOMNode> nextChild_;
+    SourceKind sourceKind_ = kClosed;
+};
+
+}  // namespace xml

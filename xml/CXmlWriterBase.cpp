@@ -1,0 +1,131 @@
+#include "xml/CXmlWriterBase.h"
+
+namespace xml {
+
+CXmlWriterBase::~CXmlWriterBase() {
+    current_.reset();
+    Close();
+}
+
+int CXmlWriterBase::Opened() {
+    document_ = com::ComPtr<IXMLDOMDocument>(file_->Document());
+    current_ = com::ComPtr<IXMLDOMElement>(file_->GetRoot());
+    open_ = 1;
+    return open_;
+}
+
+int CXmlWriterBase::CreateDocument(const wchar_t* rootName) {
+    Close();
+    if (!rootName) return open_;
+    file_ = std::make_unique<WkXMLFile>(documentFlags_);
+    com::UniqueVariant empty;
+    if (SUCCEEDED(file_->LoadSource(&empty.get(), rootName)) && file_->GetRoot()) return Opened();
+    Close();
+    return open_;
+}
+
+int CXmlWriterBase::OpenDocument(const VARIANT* source) {
+    Close();
+    if (!source) return open_;
+    file_ = std::make_unique<WkXMLFile>(documentFlags_);
+    // A load that the parser reports as done but that yields no root counts as failed: there is no
+    // document to write into.
+    if (file_->LoadSource(source, nullptr) == S_OK && file_->GetRoot()) return Opened();
+    Close();
+    return 0;
+}
+
+void CXmlWriterBase::RemoveSections(const wchar_t* name) {
+    if (!name || !file_ || !document_) return;
+    IXMLDOMElement* root = file_->GetRoot();
+    if (!root) return;
+    const com::UniqueBstr tagName = com::CopyText(name);
+    com::ComPtr<IXMLDOMNodeList> matches;
+    if (FAILED(root->getElementsByTagName(tagName.get(), matches.put())) || !matches) return;
+    long length = 0;
+    matches->get_length(&length);
+    // The length is read once and the index moves on after each removal: with a live list the
+    // next match shifts down and is passed over. Nested matches are no children of the root, and
+    // their removal fails harmlessly.
+    for (long index = 0; index < length; ++index) {
+        com::ComPtr<IXMLDOMNode> match;
+        if (matches->get_item(index, match.put()) != S_OK || !match) break;
+        com::ComPtr<IXMLDOMNode> removed;
+        root->removeChild(match.get(), removed.put());
+    }
+}
+
+int CXmlWriterBase::SelectSection(const wchar_t* name) {
+    insertionParent_.reset();
+    if (!name || !file_ || !document_) return 0;
+    if (!file_->HasSection(name)) return 0;
+    const com::UniqueBstr tagName = com::CopyText(name);
+    com::ComPtr<IXMLDOMNodeList> matches;
+    if (FAILED(file_->GetRoot()->getElementsByTagName(tagName.get(), matches.put())) || !matches) return 0;
+    matches->get_item(0, insertionParent_.put());
+    return insertionParent_ ? 1 : 0;
+}
+
+int CXmlWriterBase::AddElement(IXMLDOMNode* parent, BSTR name) {
+    current_.reset();
+    IXMLDOMNode* target = parent ? parent : insertionParent_.get();
+    if (!name || !document_ || !target) return 0;
+    com::ComPtr<IXMLDOMElement> element;
+    if (FAILED(document_->createElement(name, element.put())) || !element) return 0;
+    com::ComPtr<IXMLDOMNode> appended;
+    if (FAILED(target->appendChild(element.get(), appended.put())) || !appended) return 0;
+    current_ = std::move(element);
+    return 1;
+}
+
+int CXmlWriterBase::AddAttribute(BSTR name, const VARIANT& value) {
+    if (!current_ && insertionParent_) current_ = insertionParent_.try_query<IXMLDOMElement>();
+    if (!name || !document_ || !current_) return 0;
+    const HRESULT hr = current_->setAttribute(name, value);
+    if (FAILED(hr)) throw com::ComError(hr, __uuidof(IXMLDOMAttribute));
+    return 1;
+}
+
+int CXmlWriterBase::AddAttribute(BSTR name, const wchar_t* value) {
+    com::UniqueVariant text;
+    text.get().vt = VT_BSTR;
+    text.get().bstrVal = com::CopyText(value ? value : L"").release();
+    return AddAttribute(name, text.get());
+}
+
+int CXmlWriterBase::SaveToStream(IStream* stream) {
+    if (!open_ || !file_ || !stream || !document_) return 0;
+    com::ComPtr<IStream> buffer;
+    com::ThrowIfFailed(::CreateStreamOnHGlobal(nullptr, TRUE, buffer.put()));
+    com::UniqueVariant target;
+    target.get().vt = VT_UNKNOWN;
+    target.get().punkVal = buffer.get();
+    buffer->AddRef();
+    const HRESULT saved = document_->save(target.get());
+    if (FAILED(saved)) throw com::ComError(saved, __uuidof(IXMLDOMDocument));
+
+    STATSTG status{};
+    com::ThrowIfFailed(buffer->Stat(&status, STATFLAG_NONAME));
+    HGLOBAL memory = nullptr;
+    com::ThrowIfFailed(::GetHGlobalFromStream(buffer.get(), &memory));
+    const void* bytes = ::GlobalLock(memory);
+    if (!bytes) throw com::ComError(E_OUTOFMEMORY);
+    ULARGE_INTEGER empty{};
+    LARGE_INTEGER start{};
+    HRESULT hr = stream->SetSize(empty);
+    if (SUCCEEDED(hr)) hr = stream->Seek(start, STREAM_SEEK_SET, nullptr);
+    ULONG written = 0;
+    if (SUCCEEDED(hr)) hr = stream->Write(bytes, static_cast<ULONG>(status.cbSize.QuadPart), &written);
+    ::GlobalUnlock(memory);
+    com::ThrowIfFailed(hr);
+    return 1;
+}
+
+void CXmlWriterBase::Close() {
+    document_.reset();
+    insertionParent_.reset();
+    file_.reset();
+    unused_.reset();
+}
+
+}  // namespace xml

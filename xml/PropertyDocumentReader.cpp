@@ -1,0 +1,134 @@
+#include "xml/PropertyDocumentReader.h"
+
+#include <cwchar>
+#include <string>
+#include <vector>
+
+#include "com/DispatchObject.h"
+#include "xml/PropertyStorageFormat.h"
+#include "xml/ValueText.h"
+
+namespace xml {
+namespace {
+
+using model::CQnPSColumnDef;
+
+qnpsPropertyType TypeFromText(const wchar_t* text, qnpsPropertyType fallback) {
+    if (com::NamesEqual(text, format::kTypeBool)) return qnpsPropType_Bool;
+    if (com::NamesEqual(text, format::kTypeDate)) return qnpsPropType_Date;
+    if (com::NamesEqual(text, format::kTypeInt)) return qnpsPropType_Int;
+    if (com::NamesEqual(text, format::kTypeDouble)) return qnpsPropType_Double;
+    return fallback;
+}
+
+qnpsPropertyDirection DirectionFromText(const wchar_t* text, qnpsPropertyDirection fallback) {
+    if (com::NamesEqual(text, format::kFromDocument)) return qnpsPropDirection_FromDocument;
+    if (com::NamesEqual(text, format::kToDocument)) return qnpsPropDirection_ToDocument;
+    return fallback;
+}
+
+}  // namespace
+
+com::UniqueBstr PropertyDocumentReader::RootAttribute(const wchar_t* name) {
+    const wchar_t* names[] = {name, nullptr};
+    std::vector<std::wstring> values;
+    reader_.GetRootInfo(names, &values, nullptr);
+    return values.empty() ? com::UniqueBstr() : com::CopyText(values.front().c_str());
+}
+
+HRESULT PropertyDocumentReader::Read(com::ComPtr<model::CQnPSTable>& table) {
+    table.reset();
+    std::wstring rootName;
+    if (!reader_.GetRootInfo(nullptr, nullptr, &rootName)) return QNPS_E_WRONGXMLFILE;
+    const com::UniqueBstr version = RootAttribute(format::kVersion);
+    const com::UniqueBstr application = RootAttribute(format::kApplication);
+    if (!version || !format::IsReadableVersion(version.get())) return QNPS_E_WRONGXMLFILE;
+    if (!com::NamesEqual(rootName.c_str(), format::kRoot)) return QNPS_E_WRONGXMLFILE;
+
+    auto definitions = ReadColumnDefinitions();
+    if (!definitions) return QNPS_E_EMPTYCOLLECTION;
+    auto rows = ReadRows(*definitions);
+    if (!rows) return QNPS_E_EMPTYCOLLECTION;
+
+    auto result = com::MakeObject<model::CQnPSTable>();
+    if (application) result->SetApplication(application.get());
+    result->SetCollections(definitions.get(), rows.get());
+    table = std::move(result);
+    return S_OK;
+}
+
+com::ComPtr<model::CQnPSColumnDefCollection> PropertyDocumentReader::ReadColumnDefinitions() {
+    if (!reader_.OpenSection(format::kColumnDefs)) return nullptr;
+    auto definitions = com::MakeObject<model::CQnPSColumnDefCollection>();
+    const com::UniqueBstr dispName = com::CopyText(format::kDispName);
+    const com::UniqueBstr hidden = com::CopyText(format::kHidden);
+    const com::UniqueBstr type = com::CopyText(format::kType);
+    const com::UniqueBstr direction = com::CopyText(format::kDirection);
+    const com::UniqueBstr order = com::CopyText(format::kOrder);
+
+    com::UniqueBstr name;
+    while (reader_.NextElement(name.put())) {
+        if (com::IsEmptyBstr(name.get())) continue;
+        auto column = com::MakeObject<CQnPSColumnDef>();
+        column->SetName(name.get());
+        com::UniqueBstr text;
+        const bool hasDispName = reader_.GetAttribute(dispName.get(), text.put()) && !com::IsEmptyBstr(text.get());
+        column->SetDispName(hasDispName ? text.get() : name.get());
+        // Any text but exactly "0" hides the column, "false" included.
+        if (reader_.GetAttribute(hidden.get(), text.put()) && std::wcscmp(text.get() ? text.get() : L"", L"0") != 0) {
+            column->SetHidden(VARIANT_TRUE);
+        }
+        if (reader_.GetAttribute(type.get(), text.put())) {
+            column->SetPropType(TypeFromText(text.get() ? text.get() : L"", column->PropType()));
+        }
+        if (reader_.GetAttribute(direction.get(), text.put())) {
+            column->SetDirection(DirectionFromText(text.get() ? text.get() : L"", column->Direction()));
+        }
+        if (reader_.GetAttribute(order.get(), text.put())) {
+            column->SetOrder(std::wcstol(text.get() ? text.get() : L"", nullptr, 10));
+        }
+        definitions->Append(column.get());
+    }
+    return definitions;
+}
+
+com::ComPtr<model::CQnPSRowCollection> PropertyDocumentReader::ReadRows(
+    const model::CQnPSColumnDefCollection& definitions) {
+    if (!reader_.OpenSection(format::kProperties)) return nullptr;
+    std::vector<CQnPSColumnDef*> columns;
+    for (size_t i = 0; i < definitions.ItemCount(); ++i) {
+        CQnPSColumnDef* column = definitions.DefinitionAt(i);
+        if (column && !com::IsEmptyBstr(column->Name())) columns.push_back(column);
+    }
+    auto rows = com::MakeObject<model::CQnPSRowCollection>();
+    const com::UniqueBstr rowIdName = com::CopyText(format::kRowId);
+    com::UniqueBstr elementName;
+    while (reader_.NextElement(elementName.put())) {
+        if (!com::NamesEqual(elementName.get() ? elementName.get() : L"", format::kRow)) continue;
+        if (auto row = ReadRow(columns, rowIdName.get())) rows->Append(row.get());
+    }
+    return rows;
+}
+
+com::ComPtr<model::CQnPSRow> PropertyDocumentReader::ReadRow(const std::vector<CQnPSColumnDef*>& columns,
+                                                            BSTR rowIdName) {
+    com::UniqueBstr rowId;
+    // A row without identifier, or with no column to hold a cell, is dropped.
+    if (!reader_.GetAttribute(rowIdName, rowId.put()) || columns.empty()) return nullptr;
+
+    auto row = com::MakeObject<model::CQnPSRow>();
+    row->SetRowID(rowId.get());
+    row->ReserveItems(columns.size());
+    for (CQnPSColumnDef* column : columns) {
+        auto cell = com::MakeObject<model::CQnPSProperty>();
+        cell->LinkDefinition(column);
+        com::UniqueBstr text;
+        if (reader_.GetAttribute(column->Name(), text.put())) {
+            cell->MutableValue() = DecodeValue(std::move(text), column->PropType());
+        }
+        row->Append(cell.get());
+    }
+    return row;
+}
+
+}  // namespace xml

@@ -1,0 +1,69 @@
+#include "xml/ValueText.h"
+
+#include <cwchar>
+#include <cstdlib>
+#include <utility>
+
+#include "values/HexText.h"
+
+namespace xml {
+namespace {
+
+com::UniqueVariant Converted(const VARIANT& value, VARTYPE type, USHORT flags = 0) {
+    com::UniqueVariant result;
+    com::ThrowIfFailed(::VariantChangeType(result.put(), const_cast<VARIANT*>(&value), flags, type));
+    return result;
+}
+
+}  // namespace
+
+com::UniqueBstr EncodeValue(const VARIANT& value, qnpsPropertyType type) {
+    switch (type) {
+        case qnpsPropType_String: {
+            if (value.vt == VT_BSTR) return com::CopyText(value.bstrVal ? value.bstrVal : L"");
+            com::UniqueVariant text = Converted(value, VT_BSTR);
+            return com::UniqueBstr(std::exchange(text.get().bstrVal, nullptr));
+        }
+        case qnpsPropType_Int: {
+            const com::UniqueVariant number = Converted(value, VT_I4, VARIANT_NOVALUEPROP);
+            wchar_t text[16];
+            std::swprintf(text, 16, L"%ld", static_cast<long>(number.get().lVal));
+            return com::CopyText(text);
+        }
+        case qnpsPropType_Date: return values::DoubleToHex(Converted(value, VT_DATE).get().date);
+        case qnpsPropType_Double: return values::DoubleToHex(Converted(value, VT_R8).get().dblVal);
+        // Only the 16 bits where a VT_BOOL keeps its value count, whatever the variant's type.
+        case qnpsPropType_Bool: return com::CopyText(value.boolVal != 0 ? L"1" : L"0");
+        default: return com::CopyText(L"");
+    }
+}
+
+com::UniqueVariant DecodeValue(com::UniqueBstr text, qnpsPropertyType type) {
+    com::UniqueVariant value;
+    VARIANT& raw = value.get();
+    const wchar_t* chars = text ? text.get() : L"";
+    switch (type) {
+        case qnpsPropType_Int:
+            raw.vt = VT_I4;
+            raw.lVal = _wtoi(chars);
+            break;
+        // Dates come back as plain doubles, not VT_DATE: readers of these tables expect VT_R8.
+        case qnpsPropType_Date:
+        case qnpsPropType_Double:
+            raw.vt = VT_R8;
+            raw.dblVal = values::HexToDouble(chars);
+            break;
+        // A 16-bit integer, not VT_BOOL, likewise.
+        case qnpsPropType_Bool:
+            raw.vt = VT_I2;
+            raw.iVal = std::wcscmp(chars, L"0") == 0 ? 0 : -1;
+            break;
+        default:
+            raw.vt = VT_BSTR;
+            raw.bstrVal = text ? text.release() : com::CopyText(L"").release();
+            break;
+    }
+    return value;
+}
+
+}  // namespace xml
