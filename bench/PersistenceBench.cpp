@@ -1,0 +1,261 @@
+// Measures what hosts feel: building a large table in memory (bytes per cell), writing it into an
+// empty stream, merging it into a stream that already holds it, and reading it back; and, for
+// scale, a bare client of the platform parser writing a document of the same shape.
+//
+//   qnps_bench.exe PATH-TO-DLL [ROWS] [COLUMNS]
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "QnPropStorage.h"
+#include "com/Bstr.h"
+#include "com/ComPtr.h"
+#include "com/Platform.h"
+#include "com/UniqueVariant.h"
+
+#include <psapi.h>
+#include <cstring>
+#include "xml/Msxml.h"
+
+namespace {
+
+using com::ComPtr;
+using Clock = std::chrono::steady_clock;
+
+double Seconds(Clock::time_point since) {
+    return std::chrono::duration<double>(Clock::now() - since).count();
+}
+
+size_t PrivateBytes() {
+    PROCESS_MEMORY_COUNTERS_EX counters{};
+    ::GetProcessMemoryInfo(::GetCurrentProcess(), reinterpret_cast<PROCESS_MEMORY_COUNTERS*>(&counters),
+                           sizeof counters);
+    // Wine reports no private usage; the commit charge (page-file usage) is what it does count.
+    return counters.PrivateUsage ? counters.PrivateUsage : counters.PagefileUsage;
+}
+
+void Check(HRESULT hr, const char* what) {
+    if (FAILED(hr)) {
+        std::fprintf(stderr, "%s failed: 0x%08lX\n", what, static_cast<unsigned long>(hr));
+        std::exit(1);
+    }
+}
+
+template <class T>
+ComPtr<T> Create(IQnPropertyStorage* storage, qnpsObjectType type) {
+    ComPtr<IQnPSObject> object;
+    Check(storage->CreateQnPSObject(type, object.put()), "CreateQnPSObject");
+    return object.query<T>();
+}
+
+bool integersOnly = false;
+
+com::UniqueVariant CellValue(int row, int column) {
+    com::UniqueVariant value;
+    if (integersOnly || column % 4 == 1) {
+        value.get().vt = VT_I4;
+        value.get().lVal = row * 31 + column;
+    } else {
+        wchar_t text[48];
+        std::swprintf(text, 48, L"value %d of column %d", row, column);
+        value.get().vt = VT_BSTR;
+        value.get().bstrVal = com::CopyText(text).release();
+    }
+    return value;
+}
+
+ComPtr<IQnPSTable> BuildTable(IQnPropertyStorage* storage, int rows, int columns) {
+    auto table = Create<IQnPSTable>(storage, qnpsObjType_Table);
+    auto definitions = Create<IQnPSColumnDefCollection1>(storage, qnpsObjType_ColumnDefCollection);
+    auto rowCollection = Create<IQnPSRowCollection>(storage, qnpsObjType_RowCollection);
+    Check(table->put_ColumnDefs(definitions.get()), "ColumnDefs");
+    Check(table->put_Rows(rowCollection.get()), "Rows");
+    const com::UniqueBstr application = com::CopyText(L"Bench");
+    table->put_Application(application.get());
+    std::vector<ComPtr<IQnPSColumnDef>> columnDefs;
+    for (int c = 0; c < columns; ++c) {
+        auto column = Create<IQnPSColumnDef>(storage, qnpsObjType_ColumnDef);
+        wchar_t name[32];
+        std::swprintf(name, 32, L"Column%02d", c);
+        const com::UniqueBstr columnName = com::CopyText(name);
+        column->put_Name(columnName.get());
+        column->put_PropType(c % 4 == 1 ? qnpsPropType_Int : qnpsPropType_String);
+        column->put_Order(c);
+        definitions->AddDefinition(column.get());
+        columnDefs.push_back(column);
+    }
+    for (int r = 0; r < rows; ++r) {
+        auto row = Create<IQnPSRow>(storage, qnpsObjType_Row);
+        wchar_t id[32];
+        std::swprintf(id, 32, L"ROW-%06d", r);
+        const com::UniqueBstr rowId = com::CopyText(id);
+        row->put_RowID(rowId.get());
+        for (int c = 0; c < columns; ++c) {
+            auto cell = Create<IQnPSProperty>(storage, qnpsObjType_QnPSProperty);
+            cell->put_ColumnDef(columnDefs[c].get());
+            cell->put_Value(CellValue(r, c).get());
+            ComPtr<IQnPSObject> item = cell.query<IQnPSObject>();
+            row->AddItem(item.get());
+        }
+        ComPtr<IQnPSObject> item = row.query<IQnPSObject>();
+        rowCollection->AddItem(item.get());
+    }
+    return table;
+}
+
+ComPtr<IStream> CreateFileStream(const wchar_t* path, ComPtr<IStorage>& storage) {
+    storage.reset();
+    Check(::StgCreateDocfile(path, STGM_CREATE | STGM_READWRITE | STGM_SHARE_EXCLUSIVE, 0, storage.put()),
+          "StgCreateDocfile");
+    ComPtr<IStream> stream;
+    Check(storage->CreateStream(L"Properties", STGM_CREATE | STGM_READWRITE | STGM_SHARE_EXCLUSIVE, 0, 0,
+                                stream.put()),
+          "CreateStream");
+    return stream;
+}
+
+void Rewind(IStream* stream) {
+    LARGE_INTEGER start{};
+    stream->Seek(start, STREAM_SEEK_SET, nullptr);
+}
+
+ULONGLONG Size(IStream* stream) {
+    STATSTG status{};
+    stream->Stat(&status, STATFLAG_NONAME);
+    return status.cbSize.QuadPart;
+}
+
+// The same document built with the bare DOM: elements, attributes through the attribute map, a
+// save into a compound-file stream.
+double BareDomWrite(int rows, int columns, const wchar_t* path) {
+    const auto start = Clock::now();
+    ComPtr<IXMLDOMDocument> document;
+    Check(::CoCreateInstance(xml::kFreeThreadedDOMDocument60, nullptr, CLSCTX_INPROC_SERVER,
+                             __uuidof(IXMLDOMDocument), document.put_void()),
+          "DOM document");
+    auto element = [&](const wchar_t* name) {
+        const com::UniqueBstr tag = com::CopyText(name);
+        ComPtr<IXMLDOMElement> created;
+        Check(document->createElement(tag.get(), created.put()), "createElement");
+        return created;
+    };
+    auto append = [](IXMLDOMNode* parent, IXMLDOMNode* child) {
+        ComPtr<IXMLDOMNode> appended;
+        Check(parent->appendChild(child, appended.put()), "appendChild");
+    };
+    auto attribute = [&](IXMLDOMElement* target, const wchar_t* name, const com::UniqueVariant& value) {
+        const com::UniqueBstr attributeName = com::CopyText(name);
+        ComPtr<IXMLDOMAttribute> created;
+        Check(document->createAttribute(attributeName.get(), created.put()), "createAttribute");
+        created->put_value(value.get());
+        ComPtr<IXMLDOMNamedNodeMap> map;
+        target->get_attributes(map.put());
+        ComPtr<IXMLDOMNode> set;
+        map->setNamedItem(created.get(), set.put());
+    };
+    auto root = element(L"PropertyStorage");
+    document->putref_documentElement(root.get());
+    auto properties = element(L"Properties");
+    append(root.get(), properties.get());
+    for (int r = 0; r < rows; ++r) {
+        auto row = element(L"Row");
+        append(properties.get(), row.get());
+        for (int c = 0; c < columns; ++c) {
+            wchar_t name[32];
+            std::swprintf(name, 32, L"Column%02d", c);
+            com::UniqueVariant value = CellValue(r, c);
+            if (value.type() != VT_BSTR) ::VariantChangeType(&value.get(), &value.get(), 0, VT_BSTR);
+            attribute(row.get(), name, value);
+        }
+    }
+    ComPtr<IStorage> storage;
+    auto stream = CreateFileStream(path, storage);
+    com::UniqueVariant target;
+    target.get().vt = VT_UNKNOWN;
+    target.get().punkVal = stream.get();
+    stream->AddRef();
+    Check(document->save(target.get()), "save");
+    return Seconds(start);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc < 2) {
+        std::fprintf(stderr, "usage: qnps_bench PATH-TO-DLL [ROWS] [COLUMNS]\n");
+        return 2;
+    }
+    const int rows = argc > 2 ? std::atoi(argv[2]) : 100000;
+    const int columns = argc > 3 ? std::atoi(argv[3]) : 20;
+    ::CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
+
+    const std::wstring dllPath(argv[1], argv[1] + std::strlen(argv[1]));
+    HMODULE library = ::LoadLibraryW(dllPath.c_str());
+    if (!library) {
+        std::fprintf(stderr, "cannot load %s\n", argv[1]);
+        return 1;
+    }
+    using GetClassObject = HRESULT(STDAPICALLTYPE*)(REFCLSID, REFIID, void**);
+    auto getClassObject = reinterpret_cast<GetClassObject>(
+        reinterpret_cast<void*>(::GetProcAddress(library, "DllGetClassObject")));
+    ComPtr<IClassFactory> factory;
+    Check(getClassObject(CLSID_CQnPropStorage, IID_IClassFactory, factory.put_void()), "DllGetClassObject");
+    ComPtr<IQnPropertyStorage> storage;
+    Check(factory->CreateInstance(nullptr, IID_IQnPropertyStorage, storage.put_void()), "CreateInstance");
+
+    std::printf("table: %d rows x %d columns (%d cells)\n", rows, columns, rows * columns);
+    {
+        // Integer cells keep nothing outside the cell object: what is measured is the cell itself,
+        // its slot in the row and its share of the row.
+        integersOnly = true;
+        const size_t before = PrivateBytes();
+        auto table = BuildTable(storage.get(), rows, columns);
+        const double perCell = static_cast<double>(PrivateBytes() - before) / (static_cast<double>(rows) * columns);
+        std::printf("cost of one cell:       %.0f bytes (integer values, row share included)\n", perCell);
+        integersOnly = false;
+    }
+    const size_t before = PrivateBytes();
+    auto start = Clock::now();
+    auto table = BuildTable(storage.get(), rows, columns);
+    const double buildSeconds = Seconds(start);
+    const size_t after = PrivateBytes();
+    const double perCell = static_cast<double>(after - before) / (static_cast<double>(rows) * columns);
+    std::printf("build in memory:        %7.2f s, %.0f MB private, %.0f bytes per cell (values included)\n",
+                buildSeconds, (after - before) / 1048576.0, perCell);
+
+    ComPtr<IStorage> file;
+    auto stream = CreateFileStream(L"bench.qnps", file);
+    start = Clock::now();
+    Check(storage->WriteProperties(stream.get(), table.get(), qnpsWriteNormal), "write into empty stream");
+    const double emptyWrite = Seconds(start);
+    std::printf("write into empty:       %7.2f s, %.1f MB document\n", emptyWrite, Size(stream.get()) / 1048576.0);
+
+    Rewind(stream.get());
+    start = Clock::now();
+    Check(storage->WriteProperties(stream.get(), table.get(), qnpsWriteNormal), "merge write");
+    const double mergeWrite = Seconds(start);
+    std::printf("merge into same table:  %7.2f s (%.2f x the write into empty)\n", mergeWrite,
+                mergeWrite / emptyWrite);
+
+    Rewind(stream.get());
+    start = Clock::now();
+    ComPtr<IQnPSTable> read;
+    Check(storage->ReadProperties(stream.get(), read.put()), "read");
+    std::printf("read back:              %7.2f s\n", Seconds(start));
+    read.reset();
+    table.reset();
+    stream.reset();
+    file.reset();
+    ::DeleteFileW(L"bench.qnps");
+
+    const double bare = BareDomWrite(rows, columns, L"bench-bare.qnps");
+    ::DeleteFileW(L"bench-bare.qnps");
+    std::printf("bare DOM build+save:    %7.2f s (library write into empty is %.2f x)\n", bare, emptyWrite / bare);
+
+    storage.reset();
+    factory.reset();
+    ::CoUninitialize();
+    return 0;
+}
