@@ -5,6 +5,7 @@ var E_INVALIDARG = -2147024809;              // 0x80070057
 var QNPS_E_UNKNOWNOBJECTTYPE = -2147188735;  // 0x80048001
 var TYPE_E_ELEMENTNOTFOUND = -2147319765;    // 0x8002802B
 var DISP_E_TYPEMISMATCH = -2147352571;       // 0x80020005
+var E_NOINTERFACE = -2147467262;             // 0x80004002
 
 var failures = 0;
 
@@ -268,14 +269,16 @@ section("narrowing", function () {
     var row = storage.CreateQnPSObject(7);
     row.AddItem(cell);
     same(row.Property("part_no").Value, "P-1", "cell found before narrowing");
-    // A row is no definition: the cell is unlinked, silently.
-    try {
-        cell.ColumnDef = row;
-    } catch (e) {
-        check(false, "ColumnDef put with a row: error " + e.number);
-    }
-    same(cell.ColumnDef, null, "ColumnDef after a row was put");
-    same(row.Property("Part_No"), null, "unlinked cell found by name");
+    // Script meets the dispatcher's type check first; the narrowing by type is what C++ sees.
+    fails(function () { cell.ColumnDef = row; }, E_NOINTERFACE, "ColumnDef put with a row");
+    same(cell.ColumnDef.Name, "Part_No", "ColumnDef kept after a row was refused");
+    same(row.Property("Part_No").Value, "P-1", "cell found after the refusal");
+    fails(function () { table.Rows = defs; }, E_NOINTERFACE, "Rows put with definitions");
+    same(table.Rows.Count, 6, "Rows kept after definitions were refused");
+    fails(function () { table.ColumnDefs = rows; }, E_NOINTERFACE, "ColumnDefs put with rows");
+    fails(function () { table.ColumnDefs = storage.CreateQnPSObject(1); }, E_NOINTERFACE,
+          "ColumnDefs put with a plain collection");
+    same(table.GetColumnDefs(3).Count, 5, "ColumnDefs kept after the refusals");
 });
 
 WScript.Echo(failures > 0 ? "script_model.js: checks failed (" + failures + ")"

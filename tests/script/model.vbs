@@ -6,6 +6,7 @@ Const E_INVALIDARG = &H80070057
 Const QNPS_E_UNKNOWNOBJECTTYPE = &H80048001
 Const TYPE_E_ELEMENTNOTFOUND = &H8002802B
 Const VB_TYPE_MISMATCH = 13
+Const VB_NO_INTERFACE = 430
 
 Dim failures, storage, defs, rows, table
 failures = 0
@@ -109,6 +110,17 @@ Function TabOrderError(name)
     Dim order
     order = table.TabOrderByLayoutName(name)
     TabOrderError = Err.Number
+    Err.Clear
+End Function
+
+Function AssignError(target, member, value)
+    On Error Resume Next
+    Select Case member
+        Case "ColumnDef" : Set target.ColumnDef = value
+        Case "Rows" : Set target.Rows = value
+        Case "ColumnDefs" : Set target.ColumnDefs = value
+    End Select
+    AssignError = Err.Number
     Err.Clear
 End Function
 
@@ -290,7 +302,7 @@ Sub TestCustomProperties
 End Sub
 
 Sub TestObjectAssignment
-    Dim cell, row, number
+    Dim cell, row
     Set cell = storage.CreateQnPSObject(2)
     cell.ColumnDef = defs.ColumnDef("Part_No")
     cell.Value = "12"
@@ -299,14 +311,16 @@ Sub TestObjectAssignment
     Same row.Property("part_no").Value, "12", "cell linked by plain assignment"
     Set cell.ColumnDef = defs.ColumnDef("Title")
     Same row.Property("TITLE").Value, "12", "cell linked by Set"
-    ' A row is no definition: the cell is unlinked, silently.
-    On Error Resume Next
-    Set cell.ColumnDef = row
-    number = Err.Number
-    On Error GoTo 0
-    Same number, CLng(0), "ColumnDef put with a row, error"
-    Check cell.ColumnDef Is Nothing, "ColumnDef after a row was put is Nothing"
-    Check row.Property("Title") Is Nothing, "unlinked cell is not found by name"
+    ' Script meets the dispatcher's type check first; the narrowing by type is what C++ sees.
+    Same AssignError(cell, "ColumnDef", row), CLng(VB_NO_INTERFACE), "ColumnDef put with a row"
+    Same cell.ColumnDef.Name, "Title", "ColumnDef kept after a row was refused"
+    Same row.Property("Title").Value, "12", "cell found after the refusal"
+    Same AssignError(table, "Rows", defs), CLng(VB_NO_INTERFACE), "Rows put with definitions"
+    Same table.Rows.Count, CLng(6), "Rows kept after definitions were refused"
+    Same AssignError(table, "ColumnDefs", rows), CLng(VB_NO_INTERFACE), "ColumnDefs put with rows"
+    Same AssignError(table, "ColumnDefs", storage.CreateQnPSObject(1)), CLng(VB_NO_INTERFACE), _
+         "ColumnDefs put with a plain collection"
+    Same table.GetColumnDefs(3).Count, CLng(5), "ColumnDefs kept after the refusals"
 End Sub
 
 Sub Report(section)
