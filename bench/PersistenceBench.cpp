@@ -187,6 +187,7 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "usage: qnps_bench PATH-TO-DLL [ROWS] [COLUMNS]\n");
         return 2;
     }
+    std::setvbuf(stdout, nullptr, _IONBF, 0);
     const int rows = argc > 2 ? std::atoi(argv[2]) : 100000;
     const int columns = argc > 3 ? std::atoi(argv[3]) : 20;
     ::CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);

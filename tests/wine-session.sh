@@ -13,7 +13,8 @@ start)
     if [ ! -f "$WINEPREFIX/system.reg" ]; then
         wine wineboot -i </dev/null >/dev/null 2>&1
     fi
-    wineserver -p </dev/null >/dev/null 2>&1
+    # A server that is already running for this prefix (another run, a shell) is used as it is.
+    wineserver -p </dev/null >/dev/null 2>&1 || true
     wine cmd /c exit </dev/null >/dev/null 2>&1
     ;;
 stop)

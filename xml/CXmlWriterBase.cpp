@@ -1,5 +1,7 @@
 #include "xml/CXmlWriterBase.h"
 
+#include "com/MemoryStream.h"
+
 namespace xml {
 
 CXmlWriterBase::~CXmlWriterBase() {
@@ -95,29 +97,21 @@ int CXmlWriterBase::AddAttribute(BSTR name, const wchar_t* value) {
 
 int CXmlWriterBase::SaveToStream(IStream* stream) {
     if (!open_ || !file_ || !stream || !document_) return 0;
-    com::ComPtr<IStream> buffer;
-    com::ThrowIfFailed(::CreateStreamOnHGlobal(nullptr, TRUE, buffer.put()));
+    auto buffer = com::MemoryStream::Create();
     com::UniqueVariant target;
     target.get().vt = VT_UNKNOWN;
-    target.get().punkVal = buffer.get();
-    buffer->AddRef();
+    static_cast<IStream*>(buffer.get())->AddRef();
+    target.get().punkVal = static_cast<IStream*>(buffer.get());
     const HRESULT saved = document_->save(target.get());
     if (FAILED(saved)) throw com::ComError(saved, __uuidof(IXMLDOMDocument));
 
-    STATSTG status{};
-    com::ThrowIfFailed(buffer->Stat(&status, STATFLAG_NONAME));
-    HGLOBAL memory = nullptr;
-    com::ThrowIfFailed(::GetHGlobalFromStream(buffer.get(), &memory));
-    const void* bytes = ::GlobalLock(memory);
-    if (!bytes) throw com::ComError(E_OUTOFMEMORY);
-    ULARGE_INTEGER empty{};
-    LARGE_INTEGER start{};
-    HRESULT hr = stream->SetSize(empty);
-    if (SUCCEEDED(hr)) hr = stream->Seek(start, STREAM_SEEK_SET, nullptr);
+    const std::vector<BYTE>& bytes = buffer->Bytes();
+    const ULARGE_INTEGER empty{};
+    const LARGE_INTEGER start{};
+    com::ThrowIfFailed(stream->SetSize(empty));
+    com::ThrowIfFailed(stream->Seek(start, STREAM_SEEK_SET, nullptr));
     ULONG written = 0;
-    if (SUCCEEDED(hr)) hr = stream->Write(bytes, static_cast<ULONG>(status.cbSize.QuadPart), &written);
-    ::GlobalUnlock(memory);
-    com::ThrowIfFailed(hr);
+    com::ThrowIfFailed(stream->Write(bytes.data(), static_cast<ULONG>(bytes.size()), &written));
     return 1;
 }
 

@@ -1,8 +1,11 @@
 #include "xml/WkXMLFile.h"
 
+#include <cstring>
 #include <cwchar>
 #include <string>
+#include <vector>
 
+#include "com/SafeArray.h"
 #include "com/UniqueVariant.h"
 
 namespace xml {
@@ -136,11 +139,53 @@ HRESULT WkXMLFile::LoadSource(const VARIANT* source, const wchar_t* rootName) {
     return Load(*source, 0);
 }
 
+// The rest of a stream, from its current position, as the byte array the parser also loads from.
+// Some parsers copy a stream through a buffer that grows by reallocation on every read, which makes
+// a large document's load cost grow with the square of its size.
+com::UniqueVariant WkXMLFile::StreamContent(IStream* stream) {
+    std::vector<BYTE> bytes;
+    STATSTG status{};
+    ULARGE_INTEGER position{};
+    const LARGE_INTEGER here{};
+    if (SUCCEEDED(stream->Stat(&status, STATFLAG_NONAME)) &&
+        SUCCEEDED(stream->Seek(here, STREAM_SEEK_CUR, &position)) && status.cbSize.QuadPart > position.QuadPart) {
+        bytes.reserve(static_cast<size_t>(status.cbSize.QuadPart - position.QuadPart));
+    }
+    BYTE chunk[65536];
+    ULONG read = 0;
+    while (SUCCEEDED(stream->Read(chunk, sizeof chunk, &read)) && read > 0) bytes.insert(bytes.end(), chunk, chunk + read);
+
+    com::UniqueVariant content;
+    SAFEARRAY* array = ::SafeArrayCreateVector(VT_UI1, 0, static_cast<ULONG>(bytes.size()));
+    if (!array) com::ThrowOutOfMemory();
+    content.get().vt = VT_ARRAY | VT_UI1;
+    content.get().parray = array;
+    if (!bytes.empty()) {
+        com::SafeArrayData<BYTE> data(array);
+        std::memcpy(&data[0], bytes.data(), bytes.size());
+    }
+    return content;
+}
+
 HRESULT WkXMLFile::Load(const VARIANT& source, DWORD flags) {
     if (!(flags & kAsync)) document_->put_async(VARIANT_FALSE);
+    com::UniqueVariant content;
+    const VARIANT* loadFrom = &source;
+    if (source.vt == VT_UNKNOWN && source.punkVal) {
+        if (auto stream = com::ComPtr<IUnknown>(source.punkVal).try_query<IStream>()) {
+            content = StreamContent(stream.get());
+            loadFrom = &content.get();
+        }
+    }
     VARIANT_BOOL loaded = VARIANT_FALSE;
-    const HRESULT hr = document_->load(source, &loaded);
-    if (FAILED(hr)) return hr;
+    const HRESULT hr = document_->load(*loadFrom, &loaded);
+    if (FAILED(hr)) {
+        // Some parsers (Wine's among them) refuse a document that is not well-formed through the
+        // call's result instead of its success flag. The caller still gets the parse error as the
+        // thread's error record; the result stays the load's own.
+        ReportParseError(flags);
+        return hr;
+    }
     if (loaded != VARIANT_TRUE) return ReportParseError(flags);
     return hr;
 }

@@ -2,6 +2,7 @@
 
 #include "com/Bstr.h"
 #include "com/ComPtr.h"
+#include "com/UniqueVariant.h"
 #include "xml/Msxml.h"
 
 namespace xml {
@@ -51,6 +52,7 @@ public:
 private:
     static DWORD ParserVersionFromSettings() noexcept;
     static HRESULT CreateDocumentObject(const CLSID& clsid, com::ComPtr<IXMLDOMDocument>& document);
+    static com::UniqueVariant StreamContent(IStream* stream);
     HRESULT Load(const VARIANT& source, DWORD flags);
     com::ComPtr<IXMLDOMNode> FindOrCreateChild(IXMLDOMNode* parent, const wchar_t* name);
     void ShowParseError(IXMLDOMParseError* error, BSTR reason, BSTR url, HRESULT code) const;

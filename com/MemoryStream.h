@@ -1,0 +1,45 @@
+#pragma once
+
+#include <vector>
+
+#include "com/ComPtr.h"
+#include "com/Platform.h"
+
+namespace com {
+
+// An IStream over a buffer that grows geometrically. The platform's HGlobal stream reallocates to
+// the exact size on every write under some implementations, which makes a large document's save
+// cost grow with the square of its size.
+class MemoryStream final : public IStream {
+public:
+    static ComPtr<MemoryStream> Create();
+
+    const std::vector<BYTE>& Bytes() const noexcept { return bytes_; }
+
+    STDMETHODIMP QueryInterface(REFIID riid, void** object) override;
+    STDMETHODIMP_(ULONG) AddRef() override { return ++references_; }
+    STDMETHODIMP_(ULONG) Release() override;
+
+    STDMETHODIMP Read(void* buffer, ULONG count, ULONG* read) override;
+    STDMETHODIMP Write(const void* buffer, ULONG count, ULONG* written) override;
+    STDMETHODIMP Seek(LARGE_INTEGER move, DWORD origin, ULARGE_INTEGER* position) override;
+    STDMETHODIMP SetSize(ULARGE_INTEGER size) override;
+    STDMETHODIMP CopyTo(IStream* target, ULARGE_INTEGER count, ULARGE_INTEGER* read,
+                        ULARGE_INTEGER* written) override;
+    STDMETHODIMP Commit(DWORD) override { return S_OK; }
+    STDMETHODIMP Revert() override { return S_OK; }
+    STDMETHODIMP LockRegion(ULARGE_INTEGER, ULARGE_INTEGER, DWORD) override { return STG_E_INVALIDFUNCTION; }
+    STDMETHODIMP UnlockRegion(ULARGE_INTEGER, ULARGE_INTEGER, DWORD) override { return STG_E_INVALIDFUNCTION; }
+    STDMETHODIMP Stat(STATSTG* status, DWORD flags) override;
+    STDMETHODIMP Clone(IStream** clone) override;
+
+private:
+    MemoryStream() = default;
+    ~MemoryStream() = default;
+
+    std::vector<BYTE> bytes_;
+    size_t position_ = 0;
+    ULONG references_ = 0;
+};
+
+}  // namespace com
