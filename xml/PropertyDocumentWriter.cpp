@@ -17,10 +17,9 @@ using model::CQnPSRow;
 
 // A VARIANT that lends a string to a call without owning it.
 VARIANT BorrowedText(BSTR text) noexcept {
-    static wchar_t empty[] = L"";
     VARIANT value;
     value.vt = VT_BSTR;
-    value.bstrVal = text ? text : empty;
+    value.bstrVal = text;
     return value;
 }
 
@@ -53,7 +52,8 @@ PropertyDocumentWriter::PropertyDocumentWriter(model::CQnPSTable& table, long fl
       direction_(com::CopyText(format::kDirection)),
       type_(com::CopyText(format::kType)),
       hidden_(com::CopyText(format::kHidden)),
-      order_(com::CopyText(format::kOrder)) {}
+      order_(com::CopyText(format::kOrder)),
+      emptyText_(com::CopyText(L"")) {}
 
 HRESULT PropertyDocumentWriter::Write(IStream* stream, ULONGLONG streamSize) {
     try {
@@ -197,7 +197,8 @@ void PropertyDocumentWriter::WriteRows() {
         const CQnPSRow* row = rows->RowAt(i);
         if (!row) continue;
         if (!writer_.AddElement(nullptr, rowElement_.get())) continue;
-        writer_.AddAttribute(rowId_.get(), BorrowedText(row->RowID()));
+        // A row without identifier is written with an empty one; the parser wants a real string.
+        writer_.AddAttribute(rowId_.get(), BorrowedText(row->RowID() ? row->RowID() : emptyText_.get()));
 
         for (size_t j = 0; j < row->ItemCount(); ++j) {
             const CQnPSProperty* cell = row->PropertyAt(j);

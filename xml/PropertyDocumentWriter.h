@@ -48,7 +48,7 @@ private:
     model::CQnPSTable& table_;
     const long flags_;
     CXmlWriterBase writer_;
-    const com::UniqueBstr rowElement_, rowId_, dispName_, direction_, type_, hidden_, order_;
+    const com::UniqueBstr rowElement_, rowId_, dispName_, direction_, type_, hidden_, order_, emptyText_;
 
     com::ComPtr<model::CQnPSTable> oldTable_;
     CListBase mergeList_;

@@ -145,6 +145,22 @@ TEST_F(ValueEncoding, EmptyAndNullValuesHaveNoAttribute) {
     EXPECT_EQ("<Row RowID=\"R1\" V=\"\"/>", WrittenRow(qnpsPropType_String, VariantOf(L"").get(), stream));
 }
 
+TEST_F(ValueEncoding, ARowWithoutIdentifierIsWrittenWithAnEmptyOne) {
+    CompoundFile file;
+    auto stream = file.CreateStream();
+    auto table = MakeTable(L"Drafting");
+    auto column = MakeColumn(L"V");
+    EXPECT_EQ(S_OK, Definitions(table.get())->AddDefinition(column.get()));
+    const auto value = VariantOf(L"x");
+    AddRow(table.get(), nullptr, {{column.get(), &value.get()}});
+    ASSERT_EQ(S_OK, Write(stream.get(), table.get()));
+    EXPECT_NE(std::string::npos, DocumentText(stream.get()).find("<Row RowID=\"\" V=\"x\"/>"));
+    // Present though empty, the identifier keeps the row when it is read back.
+    long count = 0;
+    EXPECT_EQ(S_OK, Rows(Read(stream.get()).get())->get_Count(&count));
+    EXPECT_EQ(1, count);
+}
+
 TEST_F(ValueEncoding, ColumnAttributesRoundTrip) {
     auto table = MakeTable(L"Drafting");
     auto shown = MakeColumn(L"Shown", qnpsPropType_Bool, 5);
