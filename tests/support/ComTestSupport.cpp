@@ -69,6 +69,46 @@ std::wstring ArrayText(const VARIANT& array) {
     return text.str();
 }
 
+bool Answers(IUnknown* object, REFIID iid) {
+    ComPtr<IUnknown> answer;
+    return object->QueryInterface(iid, answer.put_void()) == S_OK && answer;
+}
+
+bool SameObject(IUnknown* a, IUnknown* b) {
+    ComPtr<IUnknown> first, second;
+    if (a->QueryInterface(IID_IUnknown, first.put_void()) != S_OK) return false;
+    if (b->QueryInterface(IID_IUnknown, second.put_void()) != S_OK) return false;
+    return first.get() == second.get();
+}
+
+long CountOf(IQnPSCollection* collection) {
+    long count = -1;
+    EXPECT_EQ(S_OK, collection->get_Count(&count));
+    return count;
+}
+
+ComPtr<IQnPSObject> ItemOf(IQnPSCollection* collection, long index) {
+    ComPtr<IQnPSObject> item;
+    EXPECT_EQ(S_OK, collection->get_Item(index, item.put()));
+    return item;
+}
+
+std::wstring ColumnNames(IQnPSCollection* collection) {
+    std::wstring names;
+    const long count = CountOf(collection);
+    for (long i = 0; i < count; ++i) {
+        if (i > 0) names += L",";
+        auto column = ItemOf(collection, i).try_query<IQnPSColumnDef>();
+        UniqueBstr name;
+        if (column && column->get_Name(name.put()) == S_OK) {
+            names += Text(name.get());
+        } else {
+            names += L"?";
+        }
+    }
+    return names;
+}
+
 void ComTest::SetUp() {
     ASSERT_EQ(S_OK, ::CoCreateInstance(CLSID_CQnPropStorage, nullptr, CLSCTX_INPROC_SERVER,
                                        IID_IQnPropertyStorage, storage_.put_void()));

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <string>
 
 #include "QnPropStorage.h"
@@ -32,6 +33,23 @@ HRESULT ModuleCanUnloadNow();
 
 // The element values of a VT_ARRAY | VT_VARIANT as one text each (VT_EMPTY as "<empty>").
 std::wstring ArrayText(const VARIANT& array);
+
+// A pointer value no object has: an out-parameter still holding it was never written.
+template <class T>
+T* Unwritten() {
+    return reinterpret_cast<T*>(static_cast<std::uintptr_t>(0xBADC0DE));
+}
+
+// Whether the object answers QueryInterface for `iid`; the reference taken is given back.
+bool Answers(IUnknown* object, REFIID iid);
+// Whether two pointers reach the same COM object (same IUnknown identity).
+bool SameObject(IUnknown* a, IUnknown* b);
+
+long CountOf(IQnPSCollection* collection);
+ComPtr<IQnPSObject> ItemOf(IQnPSCollection* collection, long index);
+// The names of the items of a collection, comma-separated; "?" for an item that is not a column
+// definition. Identifies which definitions a selection holds, and in which order.
+std::wstring ColumnNames(IQnPSCollection* collection);
 
 // Base of every test that uses the library: creates the storage object through the registry, as a
 // host does, and checks at the end that every object the test made is gone.
