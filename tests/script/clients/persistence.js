@@ -1,6 +1,6 @@
 // A JScript host keeping a property table in a stream of a compound file, as document hosts do:
 // write, read back, merge into the earlier document, and the refusals a host has to expect.
-// Run by ctest as: wine cscript //nologo persistence.js; exit code 0 means every check held.
+// ctest runs it joined after lib/Checks.js, which holds the checks and the closing line.
 
 var QNPS_E_WRONGXMLFILE = -2147188733;      // 0x80048003
 var QNPS_E_EMPTYCOLLECTION = -2147188732;   // 0x80048004
@@ -11,53 +11,6 @@ var String_ = 0, Int = 1, Date_ = 2, Double_ = 3, Bool = 4;
 // 2024-03-05 06:00 as an automation date, and its 8 bytes as the document writes them.
 var ISSUED = 45356.25, ISSUED_HEX = "40E6258800000000";
 
-var failures = 0;
-
-function check(ok, what) {
-    if (!ok) {
-        failures++;
-        WScript.Echo("FAILED: " + what);
-    }
-}
-
-// Variants JScript has no type for (a 64-bit integer, a stream) refuse even typeof.
-function show(v) {
-    try {
-        if (typeof v == "object" && v !== null) return "an object";
-        return typeof v == "string" ? '"' + v + '"' : typeof v + " " + String(v);
-    } catch (e) {
-        return "a variant JScript cannot show";
-    }
-}
-
-function same(actual, expected, what) {
-    check(actual === expected, what + ": expected " + show(expected) + ", got " + show(actual));
-}
-
-function contains(text, part, what) {
-    check(text.indexOf(part) >= 0, what + ": " + part + " not in " + text);
-}
-
-function fails(fn, number, what) {
-    try {
-        fn();
-    } catch (e) {
-        same(e.number, number, what + ", error number");
-        return;
-    }
-    check(false, what + ": succeeded, expected error " + number);
-}
-
-function section(name, body) {
-    try {
-        body();
-    } catch (e) {
-        failures++;
-        WScript.Echo("FAILED: " + name + " stopped by error " + e.number + " " + e.description);
-    }
-}
-
-// This host ends a script that throws with exit code 0, so nothing may throw outside a section.
 var storage = null, streams = null, fso = null, path, stream, written;
 section("servers", function () {
     storage = WScript.CreateObject("QnPropStorage.CQnPropStorage");
@@ -220,6 +173,4 @@ section("clean up", function () {
     same(fso.FileExists(path), false, "file removed");
 });
 
-WScript.Echo(failures > 0 ? "script_persistence.js: checks failed (" + failures + ")"
-                          : "script_persistence.js: all checks passed");
-WScript.Quit(failures > 0 ? 1 : 0);
+finish();

@@ -1,70 +1,11 @@
 // A JScript host building and querying a property table through dispatch alone.
-// Run by ctest as: wine cscript //nologo model.js; exit code 0 means every check held.
+// ctest runs it joined after lib/Checks.js, which holds the checks and the closing line.
 
 var E_INVALIDARG = -2147024809;              // 0x80070057
 var QNPS_E_UNKNOWNOBJECTTYPE = -2147188735;  // 0x80048001
 var TYPE_E_ELEMENTNOTFOUND = -2147319765;    // 0x8002802B
 var DISP_E_TYPEMISMATCH = -2147352571;       // 0x80020005
 var E_NOINTERFACE = -2147467262;             // 0x80004002
-
-var failures = 0;
-
-// Dispatch objects have no default value to print, and this JScript refuses typeof on an
-// array, so both are named rather than converted.
-function show(v) {
-    if (!isPlain(v)) return "an array";
-    if (typeof v == "object" && v !== null) return "an object";
-    return typeof v == "string" ? '"' + v + '"' : String(v);
-}
-
-function isPlain(v) {
-    try {
-        return typeof v != "unknown";
-    } catch (e) {
-        return false;
-    }
-}
-
-function isEmptyValue(v) {
-    return isPlain(v) && typeof v == "undefined";
-}
-
-function check(ok, what) {
-    if (!ok) {
-        failures++;
-        WScript.Echo("FAILED: " + what);
-    }
-}
-
-function same(actual, expected, what) {
-    check(actual === expected, what + ": expected " + show(expected) + ", got " + show(actual));
-}
-
-// The callee must return the member's value: JScript asks for a property get only when the
-// result is used, and the bare method call it makes otherwise never reaches the member.
-function fails(fn, number, what) {
-    try {
-        fn();
-    } catch (e) {
-        same(e.number, number, what + ", error number");
-        return;
-    }
-    check(false, what + ": succeeded, expected error " + number);
-}
-
-function sameArray(variantArray, expected, what) {
-    if (isPlain(variantArray)) {
-        check(false, what + ": expected an array, got " + show(variantArray));
-        return;
-    }
-    var vb = new VBArray(variantArray);
-    same(vb.dimensions(), 1, what + ", dimensions");
-    same(vb.lbound(1), 0, what + ", lower bound");
-    var items = vb.toArray();
-    same(items.length, expected.length, what + ", length");
-    for (var i = 0; i < expected.length && i < items.length; i++)
-        same(items[i], expected[i], what + "[" + i + "]");
-}
 
 // Collections answer in insertion order; the enumerator must give the same order.
 function listed(collection, pick) {
@@ -74,16 +15,6 @@ function listed(collection, pick) {
     return out.join(",");
 }
 
-function section(name, body) {
-    try {
-        body();
-    } catch (e) {
-        failures++;
-        WScript.Echo("FAILED: " + name + " stopped by error " + e.number + " " + e.description);
-    }
-}
-
-// This host ends a script that throws with exit code 0, so nothing may throw outside a section.
 var storage = null, defs, rows, table;
 section("server", function () { storage = WScript.CreateObject("QnPropStorage.CQnPropStorage"); });
 if (storage === null) WScript.Quit(1);
@@ -281,6 +212,4 @@ section("narrowing", function () {
     same(table.GetColumnDefs(3).Count, 5, "ColumnDefs kept after the refusals");
 });
 
-WScript.Echo(failures > 0 ? "script_model.js: checks failed (" + failures + ")"
-                          : "script_model.js: all checks passed");
-WScript.Quit(failures > 0 ? 1 : 0);
+finish();

@@ -1,6 +1,5 @@
 ' A VBScript host building and querying a property table through dispatch alone.
-' Run by ctest as: wine cscript //nologo model.vbs; exit code 0 means every check held.
-Option Explicit
+' ctest runs it joined after lib/Checks.vbs, which holds the checks and the closing line.
 
 Const E_INVALIDARG = &H80070057
 Const QNPS_E_UNKNOWNOBJECTTYPE = &H80048001
@@ -8,58 +7,7 @@ Const TYPE_E_ELEMENTNOTFOUND = &H8002802B
 Const VB_TYPE_MISMATCH = 13
 Const VB_NO_INTERFACE = 430
 
-Dim failures, storage, defs, rows, table
-failures = 0
-
-Sub Check(ok, what)
-    If Not ok Then
-        failures = failures + 1
-        WScript.Echo "FAILED: " & what
-    End If
-End Sub
-
-' TypeName of Nothing brings this VBScript down, so objects are only named.
-Function Show(v)
-    If IsObject(v) Then
-        Show = "an object"
-    ElseIf IsArray(v) Then
-        Show = "an array"
-    ElseIf VarType(v) = vbString Then
-        Show = """" & v & """"
-    ElseIf IsNull(v) Or IsEmpty(v) Then
-        Show = TypeName(v)
-    Else
-        Show = CStr(v) & " (" & TypeName(v) & ")"
-    End If
-End Function
-
-' Same value and same variant type: 2 and CLng(2) are different answers.
-Sub Same(actual, expected, what)
-    Dim ok
-    If IsObject(actual) Or IsArray(actual) Then
-        ok = False
-    ElseIf VarType(actual) <> VarType(expected) Then
-        ok = False
-    ElseIf IsNull(actual) Or IsEmpty(actual) Then
-        ok = True
-    Else
-        ok = (actual = expected)
-    End If
-    Check ok, what & ": expected " & Show(expected) & ", got " & Show(actual)
-End Sub
-
-Sub SameArray(actual, expected, what)
-    Dim i
-    If Not IsArray(actual) Then
-        Check False, what & ": expected an array, got " & Show(actual)
-        Exit Sub
-    End If
-    Same LBound(actual), CLng(0), what & ", lower bound"
-    Same UBound(actual), UBound(expected), what & ", upper bound"
-    For i = 0 To UBound(expected)
-        If i <= UBound(actual) Then Same actual(i), expected(i), what & "(" & i & ")"
-    Next
-End Sub
+Dim storage, defs, rows, table
 
 ' VBScript shows E_INVALIDARG as its own error 5 when no error record comes with it.
 Sub SameInvalidArg(number, what)
@@ -323,15 +271,6 @@ Sub TestObjectAssignment
     Same table.GetColumnDefs(3).Count, CLng(5), "ColumnDefs kept after the refusals"
 End Sub
 
-Sub Report(section)
-    If Err.Number <> 0 Then
-        failures = failures + 1
-        WScript.Echo "FAILED: " & section & " stopped by error " & Err.Number & " " & Err.Description
-        Err.Clear
-    End If
-End Sub
-
-' An error that escapes a section must count: this host ends such a script with exit code 0.
 On Error Resume Next
 Set storage = WScript.CreateObject("QnPropStorage.CQnPropStorage") : Report "server"
 If Not IsObject(storage) Then WScript.Quit 1
@@ -344,9 +283,4 @@ TestCustomProperties : Report "custom properties"
 TestObjectAssignment : Report "object assignment"
 On Error GoTo 0
 
-If failures = 0 Then
-    WScript.Echo "script_model.vbs: all checks passed"
-Else
-    WScript.Echo "script_model.vbs: checks failed (" & failures & ")"
-    WScript.Quit 1
-End If
+Finish

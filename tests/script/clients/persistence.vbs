@@ -1,7 +1,6 @@
 ' A VBScript host keeping a property table in a stream of a compound file, as document hosts do:
 ' write, read back, merge into the earlier document, and the refusals a host has to expect.
-' Run by ctest as: wine cscript //nologo persistence.vbs; exit code 0 means every check held.
-Option Explicit
+' ctest runs it joined after lib/Checks.vbs, which holds the checks and the closing line.
 
 Const QNPS_E_WRONGXMLFILE = &H80048003
 Const QNPS_E_EMPTYCOLLECTION = &H80048004
@@ -12,46 +11,7 @@ Const TypeString = 0, TypeInt = 1, TypeDate = 2, TypeDouble = 3, TypeBool = 4
 ' The 8 bytes of 2024-03-05 06:00 as the document writes a date.
 Const ISSUED_HEX = "40E6258800000000"
 
-Dim failures, storage, streams, fso, path, stream, written, issued
-failures = 0
-
-Sub Check(ok, what)
-    If Not ok Then
-        failures = failures + 1
-        WScript.Echo "FAILED: " & what
-    End If
-End Sub
-
-Function Show(v)
-    If IsObject(v) Then
-        Show = "an object"
-    ElseIf VarType(v) = vbString Then
-        Show = """" & v & """"
-    ElseIf IsNull(v) Or IsEmpty(v) Then
-        Show = TypeName(v)
-    Else
-        Show = CStr(v) & " (" & TypeName(v) & ")"
-    End If
-End Function
-
-' Same value and same variant type: a Date and a Double of one value are different answers.
-Sub Same(actual, expected, what)
-    Dim ok
-    If IsObject(actual) Then
-        ok = False
-    ElseIf VarType(actual) <> VarType(expected) Then
-        ok = False
-    ElseIf IsEmpty(actual) Then
-        ok = True
-    Else
-        ok = (actual = expected)
-    End If
-    Check ok, what & ": expected " & Show(expected) & ", got " & Show(actual)
-End Sub
-
-Sub Contains(text, part, what)
-    Check InStr(text, part) > 0, what & ": " & part & " not in " & text
-End Sub
+Dim storage, streams, fso, path, stream, written, issued
 
 ' The capturing functions clear what they caught: this VBScript keeps Err set after they return.
 Function ReadError(target)
@@ -229,15 +189,6 @@ Sub TestCleanUp
     Same fso.FileExists(path), False, "file removed"
 End Sub
 
-Sub Report(section)
-    If Err.Number <> 0 Then
-        failures = failures + 1
-        WScript.Echo "FAILED: " & section & " stopped by error " & Err.Number & " " & Err.Description
-        Err.Clear
-    End If
-End Sub
-
-' An error that escapes a section must count: this host ends such a script with exit code 0.
 On Error Resume Next
 Set storage = WScript.CreateObject("QnPropStorage.CQnPropStorage") : Report "server"
 Set streams = WScript.CreateObject("QnPropStorageTest.Streams") : Report "stream helper"
@@ -252,9 +203,4 @@ TestRefusals : Report "refusals"
 TestCleanUp : Report "clean up"
 On Error GoTo 0
 
-If failures = 0 Then
-    WScript.Echo "script_persistence.vbs: all checks passed"
-Else
-    WScript.Echo "script_persistence.vbs: checks failed (" & failures & ")"
-    WScript.Quit 1
-End If
+Finish

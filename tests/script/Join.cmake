@@ -1,0 +1,14 @@
+# Writes each client in clients/ to OUTPUT_DIR joined after the shared checks of its language,
+# lib/Checks.js or lib/Checks.vbs, for ctest to run. Wine's script host runs no .wsf jobs and its
+# VBScript has no ExecuteGlobal, so the checks reach the clients by joining the files.
+# It runs as a test rather than at build time so that the scripts run always match the sources,
+# whatever their timestamps.
+file(GLOB clients
+     "${CMAKE_CURRENT_LIST_DIR}/clients/*.js" "${CMAKE_CURRENT_LIST_DIR}/clients/*.vbs")
+foreach(client IN LISTS clients)
+    get_filename_component(name "${client}" NAME)
+    get_filename_component(language "${client}" LAST_EXT)
+    file(READ "${CMAKE_CURRENT_LIST_DIR}/lib/Checks${language}" checks)
+    file(READ "${client}" body)
+    file(WRITE "${OUTPUT_DIR}/${name}" "${checks}${body}")
+endforeach()
