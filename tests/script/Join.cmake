@@ -1,8 +1,7 @@
-# Writes each client in clients/ to OUTPUT_DIR joined after the shared checks of its language,
-# lib/Checks.js or lib/Checks.vbs, for ctest to run. Wine's script host runs no .wsf jobs and its
-# VBScript has no ExecuteGlobal, so the checks reach the clients by joining the files.
-# It runs as a test rather than at build time so that the scripts run always match the sources,
-# whatever their timestamps.
+# Writes each client in clients/ to OUTPUT_DIR after the shared library of its language,
+# lib/Checks.js or lib/Checks.vbs: Wine's script host runs no .wsf jobs and its VBScript has no
+# ExecuteGlobal. It runs as a test rather than at build time so that the scripts run always match
+# the sources, whatever their timestamps.
 file(GLOB clients
      "${CMAKE_CURRENT_LIST_DIR}/clients/*.js" "${CMAKE_CURRENT_LIST_DIR}/clients/*.vbs")
 foreach(client IN LISTS clients)

@@ -1,42 +1,20 @@
-// The checks every JScript client shares. Wine's script host runs no .wsf jobs, so Join.cmake puts
-// this file in front of each client in clients/ and ctest runs the joined script.
+// The checks and the table builder every JScript client shares; Join.cmake puts this file in
+// front of each client in clients/.
 
 var failures = 0;
 
-function isPlain(v) {
-    try {
-        return typeof v != "unknown";
-    } catch (e) {
-        return false;
-    }
-}
-
-function isEmptyValue(v) {
-    return isPlain(v) && typeof v == "undefined";
-}
-
-// Dispatch objects have no default value to print, and variants JScript has no type for (an
-// array, a 64-bit integer, a stream) refuse even typeof, so those are named rather than converted.
+// Variants JScript has no type for (an array, a 64-bit integer, a stream) refuse even typeof.
 function show(v) {
-    if (!isPlain(v)) {
-        try {
-            new VBArray(v);
-            return "an array";
-        } catch (e) {
-            return "a variant JScript cannot show";
-        }
+    try {
+        if (typeof v == "string") return '"' + v + '"';
+        return v != null && typeof v == "object" ? "an object" : typeof v + " " + String(v);
+    } catch (e) {
+        return "a variant JScript cannot show";
     }
-    if (v === null || typeof v == "undefined") return String(v);
-    if (typeof v == "object") return "an object";
-    if (typeof v == "string") return '"' + v + '"';
-    return typeof v + " " + String(v);
 }
 
 function check(ok, what) {
-    if (!ok) {
-        failures++;
-        WScript.Echo("FAILED: " + what);
-    }
+    if (!ok) WScript.Echo("FAILED: " + what + " (" + ++failures + ")");
 }
 
 function same(actual, expected, what) {
@@ -53,24 +31,58 @@ function fails(fn, number, what) {
     try {
         fn();
     } catch (e) {
-        same(e.number, number, what + ", error number");
-        return;
+        return same(e.number, number, what + ", error number");
     }
     check(false, what + ": succeeded, expected error " + number);
 }
 
 function sameArray(variantArray, expected, what) {
-    if (isPlain(variantArray)) {
-        check(false, what + ": expected an array, got " + show(variantArray));
-        return;
+    var items;
+    try {
+        items = new VBArray(variantArray).toArray();
+    } catch (e) {
+        return check(false, what + ": expected an array, got " + show(variantArray));
     }
-    var vb = new VBArray(variantArray);
-    same(vb.dimensions(), 1, what + ", dimensions");
-    same(vb.lbound(1), 0, what + ", lower bound");
-    var items = vb.toArray();
     same(items.length, expected.length, what + ", length");
     for (var i = 0; i < expected.length && i < items.length; i++)
         same(items[i], expected[i], what + "[" + i + "]");
+}
+
+// The members of a collection as `new Enumerator` walks them, joined by commas.
+function listed(collection, pick) {
+    var out = [];
+    for (var e = new Enumerator(collection); !e.atEnd(); e.moveNext()) out.push(pick(e.item()));
+    return out.join(",");
+}
+
+// Columns come as name, type, direction, order; each row as its id, then name, value pairs, where
+// an undefined value leaves the cell as it was made.
+function makeTable(storage, application, columns, rowList) {
+    var table = storage.CreateQnPSObject(5), defs = storage.CreateQnPSObject(6);
+    var rows = storage.CreateQnPSObject(8);
+    for (var i = 0; i < columns.length; i += 4) {
+        var def = storage.CreateQnPSObject(4);
+        def.Name = columns[i];
+        def.PropType = columns[i + 1];
+        def.Direction = columns[i + 2];
+        def.Order = columns[i + 3];
+        defs.AddDefinition(def);
+    }
+    for (var r = 0; r < rowList.length; r++) {
+        var row = storage.CreateQnPSObject(7), cells = rowList[r];
+        row.RowID = cells[0];
+        for (var c = 1; c < cells.length; c += 2) {
+            var cell = storage.CreateQnPSObject(2);
+            cell.ColumnDef = defs.ColumnDef(cells[c]);
+            if (cells[c + 1] !== undefined) cell.Value = cells[c + 1];
+            row.AddItem(cell);
+        }
+        rows.AddItem(row);
+    }
+    table.ColumnDefs = defs;
+    table.Rows = rows;
+    table.Application = application;
+    return table;
 }
 
 // This host ends a script that throws with exit code 0, so nothing may throw outside a section.
@@ -78,16 +90,14 @@ function section(name, body) {
     try {
         body();
     } catch (e) {
-        failures++;
-        WScript.Echo("FAILED: " + name + " stopped by error " + e.number + " " + e.description);
+        check(false, name + " stopped by error " + e.number + " " + e.description);
     }
 }
 
 // The host's exit code proves nothing (a script that does not parse also ends with 0): ctest
-// passes a client only on the last line, which only a client that ran to its end prints.
+// passes a client only on this line, which only a client that ran to its end prints.
 function finish() {
-    var name = "script_" + WScript.ScriptName;
-    WScript.Echo(failures > 0 ? name + ": checks failed (" + failures + ")"
-                              : name + ": all checks passed");
+    WScript.Echo("script_" + WScript.ScriptName +
+                 (failures > 0 ? ": checks failed (" + failures + ")" : ": all checks passed"));
     WScript.Quit(failures > 0 ? 1 : 0);
 }
