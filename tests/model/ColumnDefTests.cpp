@@ -6,176 +6,125 @@ using namespace qnps_test;
 
 class ColumnDef : public ComTest {
 protected:
-    std::wstring NameOf(IQnPSColumnDef* column) {
-        UniqueBstr name;
-        EXPECT_EQ(S_OK, column->get_Name(name.put()));
-        return Text(name.get());
+    // A table whose definitions have, in collection order, the orders 5, 2, 5, -1 and 0, and then
+    // one with the order a new definition has.
+    ComPtr<IQnPSTable> TableOfOrders() {
+        auto table = MakeTable();
+        auto definitions = Definitions(table.get());
+        const struct { const wchar_t* name; long order; } columns[] = {
+            {L"five_a", 5}, {L"two", 2}, {L"five_b", 5}, {L"none", -1}, {L"zero", 0}};
+        for (const auto& [name, order] : columns) {
+            EXPECT_EQ(S_OK, definitions->AddItem(MakeColumn(name, qnpsPropType_String, order).get()));
+        }
+        auto fresh = Create<IQnPSColumnDef>(qnpsObjType_ColumnDef);
+        EXPECT_EQ(S_OK, fresh->put_Name(Bstr(L"new").get()));
+        EXPECT_EQ(S_OK, definitions->AddItem(fresh.get()));
+        return table;
+    }
+    ComPtr<IQnPSColumnDefCollection> Select(IQnPSTable* table, long selection) {
+        ComPtr<IQnPSColumnDefCollection> selected;
+        EXPECT_EQ(S_OK, table->GetColumnDefs(static_cast<qnpsColumnDefCollectionType>(selection), selected.put()));
+        return selected;
+    }
+    std::wstring Selected(IQnPSTable* table, long selection) {
+        auto selected = Select(table, selection);
+        return selected ? ColumnNames(selected.get()) : L"<null>";
     }
 };
 
-TEST_F(ColumnDef, NewDefinitionHasItsDefaults) {
-    auto column = Create<IQnPSColumnDef>(qnpsObjType_ColumnDef);
-    BSTR text = Unwritten<OLECHAR>();
-    EXPECT_EQ(S_OK, column->get_Name(&text));
-    EXPECT_EQ(nullptr, text);
-    text = Unwritten<OLECHAR>();
-    EXPECT_EQ(S_OK, column->get_DispName(&text));
-    EXPECT_EQ(nullptr, text);
-    qnpsPropertyType type = qnpsPropType_Unknown;
-    EXPECT_EQ(S_OK, column->get_PropType(&type));
-    EXPECT_EQ(qnpsPropType_String, type);
-    qnpsPropertyDirection direction = qnpsPropDirection_FromDocument;
-    EXPECT_EQ(S_OK, column->get_Direction(&direction));
-    EXPECT_EQ(qnpsPropDirection_Any, direction);
-    VARIANT_BOOL hidden = VARIANT_TRUE;
-    EXPECT_EQ(S_OK, column->get_Hidden(&hidden));
-    EXPECT_EQ(VARIANT_FALSE, hidden);
-    long order = 0;
-    EXPECT_EQ(S_OK, column->get_Order(&order));
-    EXPECT_EQ(-1, order);
-
-    EXPECT_EQ(E_INVALIDARG, column->get_Name(nullptr));
-    EXPECT_EQ(E_INVALIDARG, column->get_DispName(nullptr));
-    EXPECT_EQ(E_INVALIDARG, column->get_PropType(nullptr));
-    EXPECT_EQ(E_INVALIDARG, column->get_Direction(nullptr));
-    EXPECT_EQ(E_INVALIDARG, column->get_Hidden(nullptr));
-    EXPECT_EQ(E_INVALIDARG, column->get_Order(nullptr));
-}
-
-TEST_F(ColumnDef, ScalarFieldsTakeAnyValue) {
-    auto column = Create<IQnPSColumnDef>(qnpsObjType_ColumnDef);
-    EXPECT_EQ(S_OK, column->put_PropType(static_cast<qnpsPropertyType>(99)));
-    EXPECT_EQ(S_OK, column->put_Direction(static_cast<qnpsPropertyDirection>(-5)));
-    EXPECT_EQ(S_OK, column->put_Hidden(static_cast<VARIANT_BOOL>(5)));
-    EXPECT_EQ(S_OK, column->put_Order(-100));
-    qnpsPropertyType type{};
-    qnpsPropertyDirection direction{};
-    VARIANT_BOOL hidden = 0;
-    long order = 0;
-    EXPECT_EQ(S_OK, column->get_PropType(&type));
-    EXPECT_EQ(S_OK, column->get_Direction(&direction));
-    EXPECT_EQ(S_OK, column->get_Hidden(&hidden));
-    EXPECT_EQ(S_OK, column->get_Order(&order));
-    EXPECT_EQ(99, type);
-    EXPECT_EQ(-5, direction);
-    EXPECT_EQ(5, hidden);
-    EXPECT_EQ(-100, order);
-}
-
-TEST_F(ColumnDef, TextFieldsRefuseNullAndStopAtAnEmbeddedNull) {
-    auto column = Create<IQnPSColumnDef>(qnpsObjType_ColumnDef);
-    EXPECT_EQ(S_OK, column->put_Name(Bstr(L"PART_NO").get()));
-    EXPECT_EQ(S_OK, column->put_DispName(Bstr(L"Part number").get()));
-    EXPECT_EQ(E_INVALIDARG, column->put_Name(nullptr));
-    EXPECT_EQ(E_INVALIDARG, column->put_DispName(nullptr));
-    EXPECT_EQ(L"PART_NO", NameOf(column.get()));
-    UniqueBstr caption;
-    EXPECT_EQ(S_OK, column->get_DispName(caption.put()));
-    EXPECT_EQ(L"Part number", Text(caption.get()));
-
-    UniqueBstr embedded(::SysAllocStringLen(L"ab\0cd", 5));
-    EXPECT_EQ(S_OK, column->put_Name(embedded.get()));
-    EXPECT_EQ(S_OK, column->put_DispName(embedded.get()));
-    UniqueBstr name;
-    EXPECT_EQ(S_OK, column->get_Name(name.put()));
-    EXPECT_EQ(2u, ::SysStringLen(name.get()));
-    EXPECT_EQ(L"ab", Text(name.get()));
-    EXPECT_EQ(S_OK, column->get_DispName(caption.put()));
-    EXPECT_EQ(L"ab", Text(caption.get()));
-
-    // Each get hands out a string of the caller's own.
-    UniqueBstr again;
-    EXPECT_EQ(S_OK, column->get_Name(again.put()));
-    EXPECT_NE(name.get(), again.get());
-    name.reset();
-    EXPECT_EQ(L"ab", NameOf(column.get()));
-}
-
-class ColumnDefCollection : public ComTest {};
-
-TEST_F(ColumnDefCollection, ColumnDefFindsTheFirstDefinitionOfANameWithoutRegardToCase) {
+// Definitions are looked up by name without regard to case; the first match wins, and items that
+// are not named definitions are passed over.
+TEST_F(ColumnDef, CollectionFindsTheFirstDefinitionOfAName) {
     auto definitions = Create<IQnPSColumnDefCollection1>(qnpsObjType_ColumnDefCollection);
     auto first = MakeColumn(L"PART_NO");
     auto second = MakeColumn(L"part_no");
-    auto unnamed = Create<IQnPSColumnDef>(qnpsObjType_ColumnDef);
     auto empty = MakeColumn(L"");
-    // Other objects may be added; lookups pass over them.
     EXPECT_EQ(S_OK, definitions->AddItem(Create<IQnPSObject>(qnpsObjType_Row).get()));
-    for (IQnPSColumnDef* column : {unnamed.get(), empty.get(), first.get(), second.get()}) {
+    EXPECT_EQ(S_OK, definitions->AddItem(Create<IQnPSColumnDef>(qnpsObjType_ColumnDef).get()));
+    for (IQnPSColumnDef* column : {empty.get(), first.get(), second.get()}) {
         EXPECT_EQ(S_OK, definitions->AddItem(column));
     }
-    EXPECT_EQ(5, CountOf(definitions.get()));
-
-    IQnPSColumnDef* found = nullptr;
-    ASSERT_EQ(S_OK, definitions->get_ColumnDef(Bstr(L"part_No").get(), &found));
-    EXPECT_TRUE(SameObject(found, first.get()));
-    EXPECT_EQ(3u, RefCount(first.get()));  // ours, the collection's and `found`
-    found->Release();
-
-    for (const wchar_t* missing : {L"", L"PART", L"PART_NO "}) {
-        found = Unwritten<IQnPSColumnDef>();
-        EXPECT_EQ(S_OK, definitions->get_ColumnDef(Bstr(missing).get(), &found));
-        EXPECT_EQ(nullptr, found);
-    }
-    found = Unwritten<IQnPSColumnDef>();
-    EXPECT_EQ(E_INVALIDARG, definitions->get_ColumnDef(nullptr, &found));
-    EXPECT_EQ(E_INVALIDARG, definitions->get_ColumnDef(Bstr(L"PART_NO").get(), nullptr));
-
+    // The name of the definition found, "<none>" when none is.
+    const auto found = [&](const wchar_t* name) -> std::wstring {
+        ComPtr<IQnPSColumnDef> column;
+        EXPECT_EQ(S_OK, definitions->get_ColumnDef(Bstr(name).get(), column.put()));
+        UniqueBstr text;
+        if (!column) return L"<none>";
+        EXPECT_EQ(S_OK, column->get_Name(text.put()));
+        return Text(text.get());
+    };
+    EXPECT_EQ(L"PART_NO", found(L"part_No"));
+    for (const wchar_t* missing : {L"", L"PART", L"PART_NO "}) EXPECT_EQ(L"<none>", found(missing));
     // A renamed definition is found under its new name at once.
     EXPECT_EQ(S_OK, second->put_Name(Bstr(L"Revision").get()));
-    ASSERT_EQ(S_OK, definitions->get_ColumnDef(Bstr(L"REVISION").get(), &found));
-    EXPECT_TRUE(SameObject(found, second.get()));
-    found->Release();
+    EXPECT_EQ(L"Revision", found(L"REVISION"));
+    const struct { ComPtr<IQnPSColumnDef> column; VARIANT_BOOL has; } questions[] = {
+        {MakeColumn(L"Part_No"), VARIANT_TRUE}, {MakeColumn(L"TabOrder"), VARIANT_FALSE},
+        {Create<IQnPSColumnDef>(qnpsObjType_ColumnDef), VARIANT_FALSE}, {ComPtr<IQnPSColumnDef>(), VARIANT_FALSE}};
+    for (const auto& question : questions) {
+        VARIANT_BOOL has = 7;
+        EXPECT_EQ(S_OK, definitions->HasDefinition(question.column.get(), &has));
+        EXPECT_EQ(question.has, has);
+    }
 }
 
-TEST_F(ColumnDefCollection, HasDefinitionComparesNames) {
-    auto definitions = Create<IQnPSColumnDefCollection1>(qnpsObjType_ColumnDefCollection);
-    EXPECT_EQ(S_OK, definitions->AddItem(MakeColumn(L"Layout").get()));
-
-    VARIANT_BOOL has = VARIANT_FALSE;
-    EXPECT_EQ(S_OK, definitions->HasDefinition(MakeColumn(L"LAYOUT").get(), &has));
-    EXPECT_EQ(VARIANT_TRUE, has);
-    has = VARIANT_TRUE;
-    EXPECT_EQ(S_OK, definitions->HasDefinition(MakeColumn(L"TabOrder").get(), &has));
-    EXPECT_EQ(VARIANT_FALSE, has);
-    has = VARIANT_TRUE;
-    EXPECT_EQ(S_OK, definitions->HasDefinition(nullptr, &has));
-    EXPECT_EQ(VARIANT_FALSE, has);
-    has = VARIANT_TRUE;
-    EXPECT_EQ(S_OK, definitions->HasDefinition(Create<IQnPSColumnDef>(qnpsObjType_ColumnDef).get(), &has));
-    EXPECT_EQ(VARIANT_FALSE, has);
-    EXPECT_EQ(S_OK, definitions->HasDefinition(MakeColumn(L"Layout").get(), nullptr));
-}
-
-TEST_F(ColumnDefCollection, AddDefinitionAddsOnlyNewNames) {
+TEST_F(ColumnDef, AddDefinitionAddsOnlyNewNamesAndAnswersSFalseOtherwise) {
     auto definitions = Create<IQnPSColumnDefCollection1>(qnpsObjType_ColumnDefCollection);
     auto layout = MakeColumn(L"Layout");
-    EXPECT_EQ(S_OK, definitions->AddDefinition(layout.get()));
-    EXPECT_EQ(2u, RefCount(layout.get()));
-
-    // A duplicate is a success that does nothing, whatever the case of its name.
     auto upper = MakeColumn(L"LAYOUT");
+    EXPECT_EQ(S_OK, definitions->AddDefinition(layout.get()));
+    // A duplicate is a success that does nothing, whatever the case of its name.
     EXPECT_EQ(S_FALSE, definitions->AddDefinition(upper.get()));
     EXPECT_EQ(S_FALSE, definitions->AddDefinition(layout.get()));
-    EXPECT_EQ(S_FALSE, definitions->AddDefinition(nullptr));
-    EXPECT_EQ(1, CountOf(definitions.get()));
     EXPECT_EQ(1u, RefCount(upper.get()));
     EXPECT_EQ(2u, RefCount(layout.get()));
-
     // Definitions without a name never match, so each of them is added.
     EXPECT_EQ(S_OK, definitions->AddDefinition(Create<IQnPSColumnDef>(qnpsObjType_ColumnDef).get()));
     EXPECT_EQ(S_OK, definitions->AddDefinition(Create<IQnPSColumnDef>(qnpsObjType_ColumnDef).get()));
     EXPECT_EQ(S_OK, definitions->AddDefinition(MakeColumn(L"").get()));
     EXPECT_EQ(S_OK, definitions->AddDefinition(MakeColumn(L"TabOrder").get()));
-    EXPECT_EQ(5, CountOf(definitions.get()));
+    EXPECT_EQ(L"Layout,,,,TabOrder", ColumnNames(definitions.get()));
+}
 
-    // AddItem checks nothing.
-    EXPECT_EQ(S_OK, definitions->AddItem(upper.get()));
-    EXPECT_EQ(S_OK, definitions->AddItem(layout.get()));
-    EXPECT_EQ(7, CountOf(definitions.get()));
-    EXPECT_EQ(3u, RefCount(layout.get()));
-    EXPECT_EQ(L"Layout,,,,TabOrder,LAYOUT,Layout", ColumnNames(definitions.get()));
-    EXPECT_EQ(E_INVALIDARG, definitions->AddItem(nullptr));
+// Ordered is a stable sort of the definitions with a non-negative order; the enumeration has no 0,
+// and it and any other value select the unordered ones. All is the table's own collection.
+TEST_F(ColumnDef, SelectionsSortShareOrHandOutTheTablesDefinitions) {
+    auto table = TableOfOrders();
+    auto definitions = Definitions(table.get());
+    EXPECT_EQ(L"zero,two,five_a,five_b", Selected(table.get(), qnpsDefinitions_Ordered));
+    for (long unordered : {long{qnpsDefinitions_UnOrdered}, 0L, 7L, -1L}) {
+        EXPECT_EQ(L"none,new", Selected(table.get(), unordered)) << unordered;
+    }
+    // Selections are new collections of the same definitions; what is added to one stays there.
+    auto ordered = Select(table.get(), qnpsDefinitions_Ordered);
+    EXPECT_TRUE(Answers(ordered.get(), IID_IQnPSColumnDefCollection1));
+    auto zero = ItemOf(definitions.get(), 4);
+    ASSERT_TRUE(zero);
+    EXPECT_TRUE(SameObject(ItemOf(ordered.get(), 0).get(), zero.get()));
+    EXPECT_EQ(3u, RefCount(zero.get()));  // ours, the table's and the selection's
+    EXPECT_FALSE(SameObject(ordered.get(), Select(table.get(), qnpsDefinitions_Ordered).get()));
+    EXPECT_EQ(S_OK, ordered->AddItem(MakeColumn(L"extra", qnpsPropType_String, 1).get()));
+    EXPECT_EQ(S_OK, definitions->AddItem(MakeColumn(L"one", qnpsPropType_String, 1).get()));
+
+    // A negative order of any size makes a definition unordered; hidden ones are selected too,
+    // items that are not definitions are not.
+    auto two = ItemOf(definitions.get(), 1).query<IQnPSColumnDef>();
+    EXPECT_EQ(S_OK, two->put_Order(-7));
+    EXPECT_EQ(S_OK, two->put_Hidden(VARIANT_TRUE));
+    EXPECT_EQ(S_OK, zero.query<IQnPSColumnDef>()->put_Hidden(VARIANT_TRUE));
+    EXPECT_EQ(S_OK, definitions->AddItem(Create<IQnPSObject>(qnpsObjType_Row).get()));
+    EXPECT_EQ(L"zero,one,five_a,five_b", Selected(table.get(), qnpsDefinitions_Ordered));
+    EXPECT_EQ(L"two,none,new", Selected(table.get(), qnpsDefinitions_UnOrdered));
+    // Empty selections are still collections; a table without definitions gives none at all.
+    EXPECT_EQ(S_OK, definitions->RemoveAll());
+    EXPECT_EQ(L"", Selected(table.get(), qnpsDefinitions_Ordered));
+    EXPECT_EQ(L"", Selected(table.get(), qnpsDefinitions_UnOrdered));
+    auto bare = Create<IQnPSTable>(qnpsObjType_Table);
+    for (auto selection : {qnpsDefinitions_Ordered, qnpsDefinitions_UnOrdered, qnpsDefinitions_All}) {
+        IQnPSColumnDefCollection* selected = Unwritten<IQnPSColumnDefCollection>();
+        EXPECT_EQ(S_OK, bare->GetColumnDefs(selection, &selected));
+        EXPECT_EQ(nullptr, selected);
+    }
 }
 
 }  // namespace

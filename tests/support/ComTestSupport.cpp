@@ -75,6 +75,7 @@ bool Answers(IUnknown* object, REFIID iid) {
 }
 
 bool SameObject(IUnknown* a, IUnknown* b) {
+    if (!a || !b) return false;  // a missing object fails the check instead of crashing the run
     ComPtr<IUnknown> first, second;
     if (a->QueryInterface(IID_IUnknown, first.put_void()) != S_OK) return false;
     if (b->QueryInterface(IID_IUnknown, second.put_void()) != S_OK) return false;

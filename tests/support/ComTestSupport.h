@@ -42,7 +42,7 @@ T* Unwritten() {
 
 // Whether the object answers QueryInterface for `iid`; the reference taken is given back.
 bool Answers(IUnknown* object, REFIID iid);
-// Whether two pointers reach the same COM object (same IUnknown identity).
+// Whether two pointers reach the same COM object (same IUnknown identity); never for null.
 bool SameObject(IUnknown* a, IUnknown* b);
 
 long CountOf(IQnPSCollection* collection);
