@@ -1,181 +1,119 @@
-// Writing over a document that is already in the stream: what the root keeps, which old values are
-// carried over under each write flag, and what is dropped.
+// Writing over a document already in the stream: what the root keeps, which old values are carried
+// over under each write flag, and what is dropped. One new table throughout: r1 (in lower case)
+// with a new Title only, R2 with a new Title and an empty Sheets, and R4, which no old document has.
 #include "persistence/PersistenceSupport.h"
 
 namespace {
 
 using namespace qnps_test;
 
-// Drafting's old document, version 1.0, with a foreign root attribute and a foreign child. R1 has a
-// value in every column; Gone is a column the new table no longer has.
+const std::string kOldRoot = " Version=\"1.0\" Application=\"Drafting\" Owner=\"someone\"";
+// R1 has a value in every column; Gone is a column the new table does not have.
 const std::string kOld = Document(
-    "<Note>kept</Note>"
-    "<ColumnDefs><Title DispName=\"Title\"/><Sheets DispName=\"Sheets\" Type=\"INT\"/>"
-    "<Scale DispName=\"Scale\" Type=\"DOUBLE\"/><Gone DispName=\"Gone\"/></ColumnDefs>"
-    "<Properties>"
+    "<Note>kept</Note><ColumnDefs><Title DispName=\"Title\"/><Sheets DispName=\"Sheets\" Type=\"INT\"/>"
+    "<Scale DispName=\"Scale\" Type=\"DOUBLE\"/><Gone DispName=\"Gone\"/></ColumnDefs><Properties>"
     "<Row RowID=\"R1\" Title=\"Old one\" Sheets=\"3\" Scale=\"3FE0000000000000\" Gone=\"g1\"/>"
-    "<Row RowID=\"R2\" Title=\"Old two\" Sheets=\"4\"/>"
-    "<Row RowID=\"R3\" Title=\"Old three\"/>"
-    "</Properties>",
-    " Version=\"1.0\" Application=\"Drafting\" Owner=\"someone\"");
+    "<Row RowID=\"R2\" Title=\"Old two\" Sheets=\"4\"/><Row RowID=\"R3\" Title=\"Old three\"/></Properties>",
+    kOldRoot);
 
-const std::string kColumnDefs =
-    "<ColumnDefs><Title DispName=\"Title\"/><Sheets DispName=\"Sheets\" Type=\"INT\"/>"
-    "<Scale DispName=\"Scale\" Type=\"DOUBLE\"/></ColumnDefs>";
+const std::string kColumns = "<Title DispName=\"Title\"/><Sheets DispName=\"Sheets\" Type=\"INT\"/>"
+                             "<Scale DispName=\"Scale\" Type=\"DOUBLE\"/>";
+const std::string kDefs = "<ColumnDefs>" + kColumns + "</ColumnDefs>";
+const std::string kToDocumentDefs = "<ColumnDefs><Title DispName=\"Title\" Direction=\"ToDocument\"/>" +
+                                    kColumns.substr(kColumns.find("<Sheets")) + "</ColumnDefs>";
+const std::string kOtherRows = "<Row RowID=\"R2\" Title=\"New two\"/><Row RowID=\"R4\" Title=\"Four\"/>";
+const std::string kNewRows = "<Row RowID=\"r1\" Title=\"New one\"/>" + kOtherRows;
+const std::string kCarried = "Sheets=\"3\" Scale=\"3FE0000000000000\"";
 
-std::string Merged(const std::string& rows, const std::string& root = " Version=\"1.0\" Application=\"Drafting\" "
-                                                                      "Owner=\"someone\"") {
-    return Document("<Note>kept</Note>" + kColumnDefs + "<Properties>" + rows + "</Properties>", root);
+std::string Merged(const std::string& defs, const std::string& rows, const std::string& root = kOldRoot) {
+    return Document("<Note>kept</Note>" + defs + "<Properties>" + rows + "</Properties>", root);
 }
+std::string Plain(const std::string& rows, const std::string& root = " Version=\"1.01\" Application=\"Drafting\"") {
+    return Document(kDefs + "<Properties>" + rows + "</Properties>", root);
+}
+
+struct MergeCase {
+    std::string old;
+    long flags;
+    std::string expected;
+    const wchar_t* application = L"Drafting";
+    qnpsPropertyDirection titleDirection = qnpsPropDirection_Any;
+};
+
+const std::string kWithoutApplication = Document("<ColumnDefs/><Properties/>", " Version=\"1.01\"");
+const std::string kFirstCarried = "<Row RowID=\"r1\" Title=\"New one\" " + kCarried + "/>" + kOtherRows;
+
+const MergeCase kMerges[] = {
+    // r1 finds R1 without case and gets its missing values, the Double one in its hexadecimal form;
+    // R2's empty Sheets removes the old value; R3 and the column Gone are dropped. The root keeps
+    // its attributes and its foreign child. Application names are compared without case; a table
+    // without one is not compared.
+    {kOld, qnpsWriteNormal, Merged(kDefs, kFirstCarried)},
+    {kOld, qnpsWriteNormal, Merged(kDefs, kFirstCarried), L"DRAFTING"},
+    {kOld, qnpsWriteNormal, Merged(kDefs, kFirstCarried), nullptr},
+    // Overwriting carries nothing over and compares no application; the root keeps its own. Bits
+    // beyond the two flags are ignored.
+    {kOld, qnpsOverwrite, Merged(kDefs, kNewRows)},
+    {kOld, qnpsOverwrite, Merged(kDefs, kNewRows), L"Office"},
+    {kOld, qnpsOverwrite | 0x100, Merged(kDefs, kNewRows)},
+    // ToDocument values are the stored ones, row by row (R4 has none), unless the direction is
+    // skipped; overwriting without skipping it writes none at all.
+    {kOld, qnpsWriteNormal,
+     Merged(kToDocumentDefs, "<Row RowID=\"r1\" Title=\"Old one\" " + kCarried +
+                                 "/><Row RowID=\"R2\" Title=\"Old two\"/><Row RowID=\"R4\"/>"),
+     L"Drafting", qnpsPropDirection_ToDocument},
+    {kOld, qnpsSkipDirection, Merged(kToDocumentDefs, kFirstCarried), L"Drafting", qnpsPropDirection_ToDocument},
+    {kOld, qnpsOverwrite, Merged(kToDocumentDefs, "<Row RowID=\"r1\"/><Row RowID=\"R2\"/><Row RowID=\"R4\"/>"),
+     L"Drafting", qnpsPropDirection_ToDocument},
+    // The first old row of an identifier wins.
+    {Plain("<Row RowID=\"R1\" Sheets=\"1\"/><Row RowID=\"r1\" Sheets=\"2\" Scale=\"3FF0000000000000\"/>"),
+     qnpsWriteNormal, Plain("<Row RowID=\"r1\" Title=\"New one\" Sheets=\"1\"/>" + kOtherRows)},
+    // Columns are matched without case; the carried value keeps the name the old document gave it.
+    {Document("<ColumnDefs><sheets Type=\"INT\"/></ColumnDefs><Properties><Row RowID=\"R1\" sheets=\"3\"/>"
+              "</Properties>"),
+     qnpsWriteNormal, Plain("<Row RowID=\"r1\" Title=\"New one\" sheets=\"3\"/>" + kOtherRows)},
+    // A root without Application gets none, with or without overwriting.
+    {kWithoutApplication, qnpsWriteNormal, Plain(kNewRows, " Version=\"1.01\"")},
+    {kWithoutApplication, qnpsOverwrite, Plain(kNewRows, " Version=\"1.01\"")},
+    // Foreign children stay, and the sections go after them.
+    {Document("<ColumnDefs><Gone/></ColumnDefs><Before/><Properties/><After a=\"1\"/>"), qnpsWriteNormal,
+     Document("<Before/><After a=\"1\"/>" + kDefs + "<Properties>" + kNewRows + "</Properties>")},
+    // What cannot be read as a table is written over without merging or comparing the application;
+    // its root, version included, stays as it was.
+    {Merged(kDefs, "<Row RowID=\"R1\" Sheets=\"3\"/>", " Version=\"2.0\" Application=\"Drafting\""), qnpsWriteNormal,
+     Merged(kDefs, kNewRows, " Version=\"2.0\" Application=\"Drafting\""), L"Office"},
+    {std::string(kDeclaration) + "<Other x=\"y\"/>", qnpsWriteNormal,
+     std::string(kDeclaration) + "<Other x=\"y\">" + kDefs + "<Properties>" + kNewRows + "</Properties></Other>"},
+};
 
 class Merge : public PersistenceTest {
 protected:
-    // The new table: r1 (spelled in lower case) with a new Title only; R2 with a new Title and an
-    // empty Sheets; R4, which the old document does not have.
-    // Its columns are new each time, as a write changes the Double column's type.
-    ComPtr<IQnPSTable> NewTable(const wchar_t* application = L"Drafting",
-                                qnpsPropertyDirection titleDirection = qnpsPropDirection_Any) {
+    // Its columns are new each time: a write changes the Double column's type.
+    ComPtr<IQnPSTable> NewTable(const wchar_t* application, qnpsPropertyDirection titleDirection) {
         auto table = MakeTable(application);
         auto title = MakeColumn(L"Title");
         EXPECT_EQ(S_OK, title->put_Direction(titleDirection));
         auto sheets = MakeColumn(L"Sheets", qnpsPropType_Int);
         auto scale = MakeColumn(L"Scale", qnpsPropType_Double);
-        auto definitions = Definitions(table.get());
         for (auto* column : {title.get(), sheets.get(), scale.get()}) {
-            EXPECT_EQ(S_OK, definitions->AddDefinition(column));
+            EXPECT_EQ(S_OK, Definitions(table.get())->AddDefinition(column));
         }
-        const auto one = VariantOf(L"New one");
-        const auto two = VariantOf(L"New two");
-        const auto four = VariantOf(L"Four");
+        const auto one = VariantOf(L"New one"), two = VariantOf(L"New two"), four = VariantOf(L"Four");
         const UniqueVariant empty;
         AddRow(table.get(), L"r1", {{title.get(), &one.get()}});
         AddRow(table.get(), L"R2", {{title.get(), &two.get()}, {sheets.get(), &empty.get()}});
         AddRow(table.get(), L"R4", {{title.get(), &four.get()}});
         return table;
     }
-
-    std::string WrittenOver(const std::string& old, IQnPSTable* table, long flags, HRESULT expected = S_OK) {
-        auto stream = StreamWith(file_, old);
-        EXPECT_EQ(expected, Write(stream.get(), table, flags));
-        return DocumentText(stream.get());
-    }
-
-    CompoundFile file_;
 };
 
-TEST_F(Merge, NormalWriteCarriesOldValuesOverByRowAndColumn) {
-    // r1 finds R1 without case and gets its missing values, the Double one in its hexadecimal form;
-    // R2's empty Sheets removes the old value; R3 and the column Gone are dropped.
-    EXPECT_EQ(Merged("<Row RowID=\"r1\" Title=\"New one\" Sheets=\"3\" Scale=\"3FE0000000000000\"/>"
-                     "<Row RowID=\"R2\" Title=\"New two\"/>"
-                     "<Row RowID=\"R4\" Title=\"Four\"/>"),
-              WrittenOver(kOld, NewTable().get(), qnpsWriteNormal));
-}
-
-TEST_F(Merge, MergedDocumentReadsBack) {
-    auto stream = StreamWith(file_, kOld);
-    ASSERT_EQ(S_OK, Write(stream.get(), NewTable().get()));
-    auto table = Read(stream.get());
-    EXPECT_EQ(L"r1,R2,R4", RowIds(table.get()));
-    EXPECT_EQ(3, ColumnCount(table.get()));
-    EXPECT_EQ(3, ValueAt(table.get(), L"R1", L"Sheets").get().lVal);
-    EXPECT_EQ(0.5, ValueAt(table.get(), L"R1", L"Scale").get().dblVal);
-    EXPECT_EQ(VT_EMPTY, ValueAt(table.get(), L"R2", L"Sheets").type());
-}
-
-TEST_F(Merge, OverwriteCarriesNothingOverAndIgnoresTheApplication) {
-    const std::string expected = Merged("<Row RowID=\"r1\" Title=\"New one\"/><Row RowID=\"R2\" Title=\"New two\"/>"
-                                        "<Row RowID=\"R4\" Title=\"Four\"/>");
-    EXPECT_EQ(expected, WrittenOver(kOld, NewTable().get(), qnpsOverwrite));
-    // The root keeps its own Application: it is never rewritten once the document exists.
-    EXPECT_EQ(expected, WrittenOver(kOld, NewTable(L"Office").get(), qnpsOverwrite));
-    // Bits beyond the two flags are ignored.
-    EXPECT_EQ(expected, WrittenOver(kOld, NewTable().get(), qnpsOverwrite | 0x100));
-}
-
-TEST_F(Merge, ToDocumentColumnsKeepTheirStoredValuesUnlessDirectionIsSkipped) {
-    const auto toDocument = [](std::string document) {
-        const std::string title = "<Title DispName=\"Title\"";
-        return document.insert(document.find(title) + title.size(), " Direction=\"ToDocument\"");
-    };
-    // Row by row the stored titles stay; R4 has none stored, so it has no title at all.
-    EXPECT_EQ(toDocument(Merged("<Row RowID=\"r1\" Title=\"Old one\" Sheets=\"3\" Scale=\"3FE0000000000000\"/>"
-                                "<Row RowID=\"R2\" Title=\"Old two\"/>"
-                                "<Row RowID=\"R4\"/>")),
-              WrittenOver(kOld, NewTable(L"Drafting", qnpsPropDirection_ToDocument).get(), qnpsWriteNormal));
-    EXPECT_EQ(toDocument(Merged("<Row RowID=\"r1\" Title=\"New one\" Sheets=\"3\" Scale=\"3FE0000000000000\"/>"
-                                "<Row RowID=\"R2\" Title=\"New two\"/>"
-                                "<Row RowID=\"R4\" Title=\"Four\"/>")),
-              WrittenOver(kOld, NewTable(L"Drafting", qnpsPropDirection_ToDocument).get(), qnpsSkipDirection));
-    // Overwriting without skipping the direction writes no title anywhere.
-    EXPECT_EQ(toDocument(Merged("<Row RowID=\"r1\"/><Row RowID=\"R2\"/><Row RowID=\"R4\"/>")),
-              WrittenOver(kOld, NewTable(L"Drafting", qnpsPropDirection_ToDocument).get(), qnpsOverwrite));
-}
-
-TEST_F(Merge, TheFirstOldRowOfAnIdentifierWins) {
-    const std::string old = Document(kColumnDefs + "<Properties><Row RowID=\"R1\" Sheets=\"1\"/>"
-                                                   "<Row RowID=\"r1\" Sheets=\"2\" Title=\"second\"/></Properties>");
-    auto table = MakeTable(L"Drafting");
-    ASSERT_EQ(S_OK, Definitions(table.get())->AddDefinition(MakeColumn(L"Title").get()));
-    ASSERT_EQ(S_OK, Definitions(table.get())->AddDefinition(MakeColumn(L"Sheets", qnpsPropType_Int).get()));
-    AddRow(table.get(), L"R1", {});
-    EXPECT_EQ(Document("<ColumnDefs><Title DispName=\"Title\"/><Sheets DispName=\"Sheets\" Type=\"INT\"/></ColumnDefs>"
-                       "<Properties><Row RowID=\"R1\" Sheets=\"1\"/></Properties>"),
-              WrittenOver(old, table.get(), qnpsWriteNormal));
-}
-
-TEST_F(Merge, CarriedValuesKeepTheColumnNameAsTheOldDocumentWroteIt) {
-    const std::string old = Document("<ColumnDefs><sheets Type=\"INT\"/></ColumnDefs>"
-                                     "<Properties><Row RowID=\"R1\" sheets=\"3\"/></Properties>");
-    auto table = MakeTable(L"Drafting");
-    ASSERT_EQ(S_OK, Definitions(table.get())->AddDefinition(MakeColumn(L"Sheets", qnpsPropType_Int).get()));
-    AddRow(table.get(), L"R1", {});
-    EXPECT_EQ(Document("<ColumnDefs><Sheets DispName=\"Sheets\" Type=\"INT\"/></ColumnDefs>"
-                       "<Properties><Row RowID=\"R1\" sheets=\"3\"/></Properties>"),
-              WrittenOver(old, table.get(), qnpsWriteNormal));
-}
-
-TEST_F(Merge, TheRootKeepsWhatItHadAndGetsNothingNew) {
-    // No Application on the old root: the table's is not added, with or without overwriting.
-    const std::string old = Document("<ColumnDefs/><Properties/>", " Version=\"1.01\"");
-    for (long flags : {qnpsWriteNormal, qnpsOverwrite}) {
-        EXPECT_EQ(Document(kColumnDefs + "<Properties><Row RowID=\"r1\" Title=\"New one\"/>"
-                                         "<Row RowID=\"R2\" Title=\"New two\"/><Row RowID=\"R4\" Title=\"Four\"/>"
-                                         "</Properties>",
-                           " Version=\"1.01\""),
-                  WrittenOver(old, NewTable().get(), flags));
+TEST_F(Merge, EachFlagOverEachOldDocument) {
+    for (const MergeCase& c : kMerges) {
+        SCOPED_TRACE(testing::Message() << "merge case " << (&c - kMerges));
+        auto stream = StreamWith(c.old);
+        EXPECT_EQ(S_OK, Write(stream.get(), NewTable(c.application, c.titleDirection).get(), c.flags));
+        EXPECT_EQ(c.expected, StreamText(stream.get()));
     }
-}
-
-TEST_F(Merge, ForeignChildrenStayAndTheSectionsGoAfterThem) {
-    const std::string old = Document("<ColumnDefs><Gone/></ColumnDefs><Before/><Properties/><After a=\"1\"/>");
-    auto table = MakeTable(L"Drafting");
-    ASSERT_EQ(S_OK, Definitions(table.get())->AddDefinition(MakeColumn(L"Title").get()));
-    EXPECT_EQ(Document("<Before/><After a=\"1\"/><ColumnDefs><Title DispName=\"Title\"/></ColumnDefs><Properties/>"),
-              WrittenOver(old, table.get(), qnpsWriteNormal));
-}
-
-TEST_F(Merge, ADocumentOfARefusedVersionIsWrittenOverWithoutMerging) {
-    // The old content cannot be read as a table, so nothing is carried over and no application is
-    // compared; its root, version included, stays as it was, and so the result stays unreadable.
-    std::string old = kOld;
-    old.replace(old.find("Version=\"1.0\""), 13, "Version=\"2.0\"");
-    const std::string written = WrittenOver(old, NewTable(L"Office").get(), qnpsWriteNormal);
-    EXPECT_EQ(Merged("<Row RowID=\"r1\" Title=\"New one\"/><Row RowID=\"R2\" Title=\"New two\"/>"
-                     "<Row RowID=\"R4\" Title=\"Four\"/>",
-                     " Version=\"2.0\" Application=\"Drafting\" Owner=\"someone\""),
-              written);
-    ComPtr<IQnPSTable> table;
-    auto stream = StreamWith(file_, written);
-    EXPECT_EQ(kWrongXmlFile, ReadResult(stream.get(), table));
-}
-
-TEST_F(Merge, AForeignXmlDocumentKeepsItsRoot) {
-    auto table = MakeTable(L"Drafting");
-    ASSERT_EQ(S_OK, Definitions(table.get())->AddDefinition(MakeColumn(L"Title").get()));
-    EXPECT_EQ(std::string(kDeclaration) + "<Other x=\"y\"><ColumnDefs><Title DispName=\"Title\"/></ColumnDefs>"
-                                          "<Properties/></Other>",
-              WrittenOver(std::string(kDeclaration) + "<Other x=\"y\"/>", table.get(), qnpsWriteNormal));
 }
 
 }  // namespace

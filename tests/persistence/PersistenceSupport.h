@@ -1,6 +1,5 @@
 #pragma once
 
-#include <algorithm>
 #include <string>
 
 #include "support/StreamSupport.h"
@@ -13,121 +12,110 @@ inline constexpr HRESULT kEmptyCollection = static_cast<HRESULT>(QNPS_E_EMPTYCOL
 inline constexpr HRESULT kWrongApplication = static_cast<HRESULT>(QNPS_E_WRONGAPPLICATION);
 inline constexpr HRESULT kStreamIsReadOnly = static_cast<HRESULT>(QNPS_E_STREAMISREADONLY);
 
-inline constexpr char kDeclaration[] = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>";
-
-// The document as text without line ends: the parser ends lines as its platform does (CR LF on
-// Windows, LF under Wine), and the library never writes a line end of its own.
-inline std::string DocumentText(IStream* stream) {
-    std::string text = StreamBytes(stream);
-    text.erase(std::remove_if(text.begin(), text.end(), [](char c) { return c == '\r' || c == '\n'; }),
-               text.end());
-    return text;
-}
-
-// A property storage document of the given version and root attributes around `content`.
+// A property storage document with the given root attributes around `content`.
 inline std::string Document(const std::string& content,
-                            const std::string& rootAttributes = " Version=\"1.01\" Application=\"Drafting\"") {
-    return std::string(kDeclaration) + "<PropertyStorage" + rootAttributes + ">" + content + "</PropertyStorage>";
+                            const std::string& root = " Version=\"1.01\" Application=\"Drafting\"") {
+    return std::string(kDeclaration) + "<PropertyStorage" + root + ">" + content + "</PropertyStorage>";
 }
 
-// A stream that hands hosts memory of their own: its mode reads as 0, so it can be read but not
-// written through the library.
-inline ComPtr<IStream> HGlobalStream(const std::string& bytes) {
-    ComPtr<IStream> stream;
-    EXPECT_EQ(S_OK, ::CreateStreamOnHGlobal(nullptr, TRUE, stream.put()));
-    if (stream && !bytes.empty()) SetStreamBytes(stream.get(), bytes);
-    return stream;
-}
-
-inline UniqueVariant DateOf(double value) {
-    UniqueVariant result;
-    result.get().vt = VT_DATE;
-    result.get().date = value;
-    return result;
-}
-inline UniqueVariant BoolOf(bool value) {
-    UniqueVariant result;
-    result.get().vt = VT_BOOL;
-    result.get().boolVal = value ? VARIANT_TRUE : VARIANT_FALSE;
-    return result;
-}
-inline UniqueVariant NullValue() {
-    UniqueVariant result;
-    result.get().vt = VT_NULL;
-    return result;
+// A VARIANT of type `vt` converted from `number`, or `text` for VT_BSTR; VT_EMPTY and VT_NULL as such.
+inline UniqueVariant ValueOf(VARTYPE vt, double number, const wchar_t* text = L"") {
+    UniqueVariant value = vt == VT_BSTR ? VariantOf(text) : VariantOfDouble(number);
+    if (vt == VT_EMPTY || vt == VT_NULL) value.get().vt = vt;
+    EXPECT_EQ(S_OK, ::VariantChangeType(&value.get(), &value.get(), 0, vt));
+    return value;
 }
 
 class PersistenceTest : public ComTest {
 protected:
-    ComPtr<IStream> StreamWith(CompoundFile& file, const std::string& bytes) {
-        auto stream = file.CreateStream();
+    // A stream of the in-memory compound file holding `bytes`; the previous one must be closed first.
+    ComPtr<IStream> StreamWith(const std::string& bytes) {
+        auto stream = file_.CreateStream();
         SetStreamBytes(stream.get(), bytes);
         return stream;
     }
-
-    // Reads from the start, as hosts do after rewinding.
+    // Both calls work from the start of the stream, as hosts call them after rewinding.
     HRESULT ReadResult(IStream* stream, ComPtr<IQnPSTable>& table) {
         Rewind(stream);
-        return storage_->ReadProperties(stream, table.put());
+        const HRESULT hr = storage_->ReadProperties(stream, table.put());
+        EXPECT_EQ(hr == S_OK, static_cast<bool>(table)) << "a refusal hands out no table; hr " << std::hex << hr;
+        return hr;
     }
     ComPtr<IQnPSTable> Read(IStream* stream) {
         ComPtr<IQnPSTable> table;
         EXPECT_EQ(S_OK, ReadResult(stream, table));
-        EXPECT_TRUE(table);
         return table;
     }
-    // Writes from the start of the stream, where the old document to merge with begins.
     HRESULT Write(IStream* stream, IQnPSTable* table, long flags = qnpsWriteNormal) {
         Rewind(stream);
         return storage_->WriteProperties(stream, table, flags);
     }
 
-    ComPtr<IQnPSColumnDef> ColumnOf(IQnPSTable* table, const wchar_t* name) {
+    // A table of `application` with `column` and one row `id` holding `value` in it.
+    ComPtr<IQnPSTable> OneCellTable(const wchar_t* application, IQnPSColumnDef* column, const VARIANT& value,
+                                    const wchar_t* id = L"R1") {
+        auto table = MakeTable(application);
+        EXPECT_EQ(S_OK, Definitions(table.get())->AddDefinition(column));
+        AddRow(table.get(), id, {{column, &value}});
+        return table;
+    }
+    ComPtr<IQnPSTable> TitleTable(const wchar_t* title, const wchar_t* application = L"Drafting",
+                                  qnpsPropertyType type = qnpsPropType_String, const wchar_t* id = L"R1") {
+        return OneCellTable(application, MakeColumn(L"Title", type).get(), VariantOf(title).get(), id);
+    }
+
+    // A column as "DispName,type,direction,order,hidden", type and direction as a document spells
+    // them. These helpers take a table that failed to read as well.
+    std::wstring ColumnText(IQnPSTable* table, const wchar_t* name) {
         ComPtr<IQnPSColumnDef> column;
+        if (!table) return L"<no table>";
         EXPECT_EQ(S_OK, Definitions(table)->get_ColumnDef(Bstr(name).get(), column.put()));
-        return column;
-    }
-    UniqueVariant ValueAt(IQnPSTable* table, const wchar_t* rowId, const wchar_t* column) {
-        UniqueVariant value;
-        ComPtr<IQnPSProperty> cell;
-        EXPECT_EQ(S_OK, table->get_Property(Bstr(rowId).get(), Bstr(column).get(), cell.put()));
-        if (cell) {
-            EXPECT_EQ(S_OK, cell->get_Value(value.put()));
-        } else {
-            ADD_FAILURE() << "no cell for row " << Text(Bstr(rowId).get()) << ", column " << Text(Bstr(column).get());
+        UniqueBstr dispName;
+        qnpsPropertyType type = qnpsPropType_Unknown;
+        qnpsPropertyDirection direction{};
+        long order = 0;
+        VARIANT_BOOL hidden = 1;
+        if (column) {
+            EXPECT_EQ(S_OK, column->get_DispName(dispName.put()));
+            EXPECT_EQ(S_OK, column->get_PropType(&type));
+            EXPECT_EQ(S_OK, column->get_Direction(&direction));
+            EXPECT_EQ(S_OK, column->get_Order(&order));
+            EXPECT_EQ(S_OK, column->get_Hidden(&hidden));
         }
-        return value;
+        const wchar_t* types[] = {L"?", L"STRING", L"INT", L"DATE", L"DOUBLE", L"BOOL"};
+        const wchar_t* directions[] = {L"Any", L"ToDocument", L"FromDocument"};
+        return Text(dispName.get()) + L"," + types[type >= -1 && type <= 4 ? type + 1 : 0] + L"," +
+               (direction >= 0 && direction <= 2 ? directions[direction] : L"?") + L"," + std::to_wstring(order) +
+               (hidden == VARIANT_TRUE ? L",hidden" : hidden == VARIANT_FALSE ? L",shown" : L",?");
     }
-    std::wstring TextAt(IQnPSTable* table, const wchar_t* rowId, const wchar_t* column) {
-        const auto value = ValueAt(table, rowId, column);
-        EXPECT_EQ(VT_BSTR, value.type());
-        return value.type() == VT_BSTR ? Text(value.get().bstrVal) : std::wstring();
+    // A cell as its variant type and its text: "I4 12", "R8 0.5", "EMPTY".
+    std::wstring CellText(IQnPSTable* table, const wchar_t* rowId, const wchar_t* column) {
+        ComPtr<IQnPSProperty> cell;
+        UniqueVariant value, text;
+        if (!table) return L"<no table>";
+        EXPECT_EQ(S_OK, table->get_Property(Bstr(rowId).get(), Bstr(column).get(), cell.put()));
+        if (!cell || cell->get_Value(value.put()) != S_OK) return L"<no cell>";
+        const VARTYPE vt = value.type();
+        if (vt == VT_EMPTY) return L"EMPTY";
+        EXPECT_EQ(S_OK, ::VariantChangeTypeEx(text.put(), &value.get(), LOCALE_INVARIANT, 0, VT_BSTR));
+        const wchar_t* type = vt == VT_I2 ? L"I2 " : vt == VT_I4 ? L"I4 " : vt == VT_R8 ? L"R8 " : L"BSTR ";
+        if (vt != VT_I2 && vt != VT_I4 && vt != VT_R8 && vt != VT_BSTR) type = L"? ";
+        return type + Text(text.get().bstrVal);
     }
-    long ColumnCount(IQnPSTable* table) {
-        long count = -1;
-        EXPECT_EQ(S_OK, Definitions(table)->get_Count(&count));
-        return count;
-    }
-    // The identifiers of the table's rows, comma-separated, in row order.
+    // The identifiers of the table's rows in row order, each in brackets, so an empty one shows.
     std::wstring RowIds(IQnPSTable* table) {
-        auto rows = Rows(table);
-        long count = 0;
-        EXPECT_EQ(S_OK, rows->get_Count(&count));
         std::wstring ids;
-        for (long i = 0; i < count; ++i) {
-            ComPtr<IQnPSObject> item;
-            EXPECT_EQ(S_OK, rows->get_Item(i, item.put()));
+        if (!table) return L"<no table>";
+        auto rows = Rows(table);
+        for (long i = 0, count = CountOf(rows.get()); i < count; ++i) {
             UniqueBstr id;
-            if (auto row = item.try_query<IQnPSRow>()) row->get_RowID(id.put());
-            ids += (i ? L"," : L"") + Text(id.get());
+            if (auto row = ItemOf(rows.get(), i).try_query<IQnPSRow>()) row->get_RowID(id.put());
+            ids += L"[" + Text(id.get()) + L"]";
         }
         return ids;
     }
-    std::wstring ApplicationOf(IQnPSTable* table) {
-        UniqueBstr name;
-        EXPECT_EQ(S_OK, table->get_Application(name.put()));
-        return Text(name.get());
-    }
+
+    CompoundFile file_;
 };
 
 }  // namespace qnps_test

@@ -1,5 +1,7 @@
 #include "support/StreamSupport.h"
 
+#include <algorithm>
+
 namespace qnps_test {
 
 namespace {
@@ -53,6 +55,19 @@ std::string StreamBytes(IStream* stream) {
     ULONG read = 0;
     while (SUCCEEDED(stream->Read(buffer, sizeof buffer, &read)) && read > 0) bytes.append(buffer, read);
     return bytes;
+}
+
+std::string StreamText(IStream* stream) {
+    std::string text = StreamBytes(stream);
+    text.erase(std::remove_if(text.begin(), text.end(), [](char c) { return c == '\r' || c == '\n'; }), text.end());
+    return text;
+}
+
+ComPtr<IStream> HGlobalStream(const std::string& bytes) {
+    ComPtr<IStream> stream;
+    EXPECT_EQ(S_OK, ::CreateStreamOnHGlobal(nullptr, TRUE, stream.put()));
+    if (stream) SetStreamBytes(stream.get(), bytes);
+    return stream;
 }
 
 void SetStreamBytes(IStream* stream, const std::string& bytes) {

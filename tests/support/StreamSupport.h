@@ -6,6 +6,8 @@
 
 namespace qnps_test {
 
+inline constexpr char kDeclaration[] = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>";
+
 // A stream of an OLE compound file, on disk or in memory, as hosts hand them to the library.
 class CompoundFile {
 public:
@@ -27,6 +29,12 @@ private:
 std::string StreamBytes(IStream* stream);
 // Replaces the stream's content and moves the position back to the start.
 void SetStreamBytes(IStream* stream, const std::string& bytes);
+// The whole content without line ends: the parser ends lines as its platform does (CR LF on
+// Windows, LF under Wine), and the library writes none of its own.
+std::string StreamText(IStream* stream);
+// A stream over memory of the host's own, holding `bytes`, positioned at the start. It reports no
+// access mode at all, which a writer testing for write access takes as read-only.
+ComPtr<IStream> HGlobalStream(const std::string& bytes = std::string());
 void Rewind(IStream* stream);
 ULONGLONG StreamSize(IStream* stream);
 
