@@ -207,12 +207,22 @@ void PropertyDocumentWriter::WriteRows() {
             if (!writeEveryDirection && column->Direction() == qnpsPropDirection_ToDocument) continue;
             WriteValue(cell->Value(), column, *column);
             if (oldTable_) {
-                const auto record = recordsByName_.find(com::FoldedName(column->Name()));
-                if (record != recordsByName_.end()) record->second->position = rowIndex;
+                if (CColomnEl* record = RecordFor(*column)) record->position = rowIndex;
             }
         }
         if (oldTable_ && !mergeList_.IsEmpty()) CarryOver(*row, rowIndex);
     }
+}
+
+CColomnEl* PropertyDocumentWriter::RecordFor(const CQnPSColumnDef& column) {
+    // A definition's record is the first one of its name; asked once per cell, looked up once per
+    // definition.
+    const auto [cached, added] = recordByColumn_.try_emplace(&column, nullptr);
+    if (added) {
+        const auto record = recordsByName_.find(com::FoldedName(column.Name()));
+        if (record != recordsByName_.end()) cached->second = record->second;
+    }
+    return cached->second;
 }
 
 const CQnPSProperty* PropertyDocumentWriter::OldCell(const CQnPSRow& oldRow, const MergeColumn& column) const {

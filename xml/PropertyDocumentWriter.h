@@ -39,6 +39,8 @@ private:
     void WriteColumns();
     void WriteRows();
     void CarryOver(const model::CQnPSRow& row, long rowIndex);
+    // The merge record that a cell of this column marks, or null.
+    CColomnEl* RecordFor(const model::CQnPSColumnDef& column);
     const model::CQnPSProperty* OldCell(const model::CQnPSRow& oldRow, const MergeColumn& column) const;
     // Writes one value under the name and encoding of `encoding`, provided the gate definition has a
     // name; empty and null values write nothing.
@@ -54,6 +56,7 @@ private:
     CListBase mergeList_;
     std::vector<MergeColumn> mergeColumns_;
     std::unordered_map<std::wstring, CColomnEl*> recordsByName_;
+    std::unordered_map<const model::CQnPSColumnDef*, CColomnEl*> recordByColumn_;
     std::unordered_map<std::wstring, model::CQnPSRow*> oldRowsById_;
     std::unordered_map<std::wstring, long> oldCellIndexByName_;
     std::vector<model::CQnPSColumnDef*> oldColumns_;
