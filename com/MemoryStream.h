@@ -15,6 +15,11 @@ public:
     static ComPtr<MemoryStream> Create();
 
     const std::vector<BYTE>& Bytes() const noexcept { return bytes_; }
+    // Hands the content over and leaves the stream empty.
+    std::vector<BYTE> TakeBytes() noexcept {
+        position_ = 0;
+        return std::move(bytes_);
+    }
 
     STDMETHODIMP QueryInterface(REFIID riid, void** object) override;
     STDMETHODIMP_(ULONG) AddRef() override { return ++references_; }
