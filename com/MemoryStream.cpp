@@ -45,6 +45,7 @@ STDMETHODIMP MemoryStream::Write(const void* buffer, ULONG count, ULONG* written
             bytes_.resize(end);
         }
     } catch (const std::bad_alloc&) {
+        failed_ = true;
         return E_OUTOFMEMORY;
     }
     std::memcpy(bytes_.data() + position_, buffer, count);
@@ -72,6 +73,7 @@ STDMETHODIMP MemoryStream::SetSize(ULARGE_INTEGER size) {
     try {
         bytes_.resize(static_cast<size_t>(size.QuadPart));
     } catch (const std::bad_alloc&) {
+        failed_ = true;
         return E_OUTOFMEMORY;
     }
     return S_OK;

@@ -103,6 +103,7 @@ std::vector<BYTE> CXmlWriterBase::SaveToBytes() {
     static_cast<IStream*>(buffer.get())->AddRef();
     target.get().punkVal = static_cast<IStream*>(buffer.get());
     const HRESULT saved = document_->save(target.get());
+    if (buffer->Failed()) com::ThrowOutOfMemory();
     if (FAILED(saved)) throw com::ComError(saved, __uuidof(IXMLDOMDocument));
     return buffer->TakeBytes();
 }
