@@ -128,6 +128,7 @@ protected:
             return;
         }
         EXPECT_EQ(old, now) << "a failed write must leave the old bytes";
+        EXPECT_EQ(0, faulty.calls["Commit"]) << "nothing is committed after a failure";
         // The status comes first, and its failure is answered as it is.
         if (method == std::string("Stat") || (fault == Fault::kGone && n == 1)) {
             EXPECT_EQ(faulty.injected, hr);
