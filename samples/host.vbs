@@ -21,8 +21,8 @@ Const QNPS_E_WRONGAPPLICATION = &H80048005, QNPS_E_STREAMISREADONLY = &H80048006
 ' its own object model. The Windows Script Host has none, so the test helper QnPropStorageTest.Streams
 ' (tests/script/helper) plays the host here: it opens the stream "Properties" of a compound file,
 ' keeps the file open while the stream is in use, and moves the stream back to its start, which
-' script cannot do. ReadProperties reads from the stream's position, so hosts hand streams over at
-' their start.
+' script cannot do; it also shows the stream's content as text. ReadProperties reads from the
+' stream's position, so hosts hand streams over at their start.
 Dim path, host
 path = "host.qnps"
 If WScript.Arguments.Count > 0 Then path = WScript.Arguments(0)
@@ -156,7 +156,8 @@ AddRow table, "R1", Array("Title", "Ground floor", "Sheets", 3, "Issued", DateSe
                           "Checked", True, "Layout", "Plan")
 AddRow table, "R2", Array("Title", "Roof", "Checked", False, "Layout", "Section")
 storage.WriteProperties Rewound(stream), table, qnpsWriteNormal
-WScript.Echo "Wrote rows R1 and R2"
+' The parser ends the declaration's line as its platform does: shown without line ends.
+WScript.Echo "Wrote rows R1 and R2:" & vbCrLf & "  " & Replace(Replace(host.StreamText(stream), vbCr, ""), vbLf, "")
 Show "Read back", storage.ReadProperties(Rewound(stream))
 
 ' A script that knows only titles writes again. qnpsWriteNormal carries the values it does not

@@ -320,6 +320,22 @@ void Rewind(IStream* stream) {
     Check(stream->Seek(start, STREAM_SEEK_SET, nullptr), "IStream::Seek");
 }
 
+// The document as the stream holds it, without line ends: the parser ends the declaration's line
+// as its platform does.
+std::string DocumentText(IStream* stream) {
+    Rewind(stream);
+    std::string text;
+    char buffer[4096];
+    ULONG read = 0;
+    do {
+        Check(stream->Read(buffer, sizeof buffer, &read), "IStream::Read");
+        for (ULONG i = 0; i < read; ++i) {
+            if (buffer[i] != '\r' && buffer[i] != '\n') text += buffer[i];
+        }
+    } while (read > 0);
+    return text;
+}
+
 void ReadAndShow(IQnPropertyStorage* storage, IStream* stream, const char* title) {
     // ReadProperties reads from the stream's current position.
     Ref<IQnPSTable> table;
@@ -358,7 +374,7 @@ void Run(const wchar_t* path) {
     ClearValues(r2);
     Rewind(stream.get());
     Check(storage->WriteProperties(stream.get(), table.get(), qnpsWriteNormal), "WriteProperties");
-    std::printf("Wrote rows R1 and R2\n");
+    std::printf("Wrote rows R1 and R2:\n  %s\n", DocumentText(stream.get()).c_str());
     ReadAndShow(storage.get(), stream.get(), "Read back");
 
     // A host that knows only titles writes again. qnpsWriteNormal carries the values it does not

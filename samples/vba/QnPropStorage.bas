@@ -15,7 +15,8 @@ Option Explicit
 '     host.CreateFileStream(path, "Properties")       a stream opened for reading and writing
 '     host.OpenFileStream(path, "Properties", True)   the stream opened for reading only
 '     host.Rewind stream                              the stream moved back to its start
-' Connect these three to your host's API. The test helper QnPropStorageTest.Streams, built with the
+'     host.StreamText(stream)                         the stream's content as text, to look at
+' Connect these to your host's API. The test helper QnPropStorageTest.Streams, built with the
 ' tests (tests/script/helper), offers exactly these; with it registered:
 '     QnPropStorageSample CreateObject("QnPropStorageTest.Streams"), "C:\Temp\sample.qnps"
 ' ReadProperties reads from the stream's position, so a stream is handed over at its start.
@@ -160,7 +161,8 @@ Public Sub QnPropStorageSample(ByVal streamHost As Object, ByVal compoundFile As
                               "Checked", True, "Layout", "Plan")
     AddRow table, "R2", Array("Title", "Roof", "Checked", False, "Layout", "Section")
     storage.WriteProperties Rewound(stream), table, qnpsWriteNormal
-    Debug.Print "Wrote rows R1 and R2"
+    ' The parser ends the declaration's line as its platform does: shown without line ends.
+    Debug.Print "Wrote rows R1 and R2:" & vbCrLf & "  " & Replace(Replace(host.StreamText(stream), vbCr, ""), vbLf, "")
     Show "Read back", storage.ReadProperties(Rewound(stream))
 
     ' A module that knows only titles writes again. qnpsWriteNormal carries the values it does not
