@@ -209,10 +209,14 @@ TEST_F(AllocationFailures, EachFailedAllocationEndsInOutOfMemoryOrTheRightResult
                 SCOPED_TRACE(failed);
                 if (hr == S_OK) {
                     const bool quirk = failed == "VariantCopyInd" || failed == "SysAllocStringByteLen";
-                    if (!quirk) EXPECT_EQ(expected, scenario.observe());
+                    if (!quirk) {
+                        EXPECT_EQ(expected, scenario.observe());
+                    }
                 } else {
                     EXPECT_EQ(E_OUTOFMEMORY, hr) << std::hex << hr;
-                    if (scenario.writes) EXPECT_EQ(before, StreamBytes(stream_.get()));
+                    if (scenario.writes) {
+                        EXPECT_EQ(before, StreamBytes(stream_.get()));
+                    }
                 }
                 Reset();
                 storage_.reset();
