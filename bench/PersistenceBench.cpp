@@ -61,7 +61,7 @@ com::UniqueVariant CellValue(int row, int column) {
         wchar_t text[48];
         std::swprintf(text, 48, L"value %d of column %d", row, column);
         value.get().vt = VT_BSTR;
-        value.get().bstrVal = com::CopyText(text).release();
+        value.get().bstrVal = com::CopyText(text).detach();
     }
     return value;
 }

@@ -31,6 +31,16 @@ BSTR DescribeCode(HRESULT code) noexcept {
 
 }  // namespace
 
+void SetThreadErrorInfo(const IID& iid, const wchar_t* source, const wchar_t* description, HRESULT code) noexcept {
+    const UniqueBstr described(description ? nullptr : DescribeCode(code));
+    ComPtr<ICreateErrorInfo> creator;
+    if (FAILED(::CreateErrorInfo(creator.put()))) return;
+    creator->SetGUID(iid);
+    creator->SetSource(const_cast<wchar_t*>(source));
+    creator->SetDescription(const_cast<wchar_t*>(description ? description : described.get()));
+    if (auto info = creator.try_query<IErrorInfo>()) ::SetErrorInfo(0, info.get());
+}
+
 void RecordError(std::unique_ptr<TVL::CTvErrorInfo>& record, HRESULT code, const IID& iid,
                  const wchar_t* description) noexcept {
     if (!record) {
@@ -41,13 +51,7 @@ void RecordError(std::unique_ptr<TVL::CTvErrorInfo>& record, HRESULT code, const
     record->source.reset(::SysAllocString(kSource));
     record->description.reset(description ? ::SysAllocString(description) : DescribeCode(code));
     record->helpFile.reset();
-
-    ComPtr<ICreateErrorInfo> creator;
-    if (FAILED(::CreateErrorInfo(creator.put()))) return;
-    creator->SetGUID(iid);
-    creator->SetSource(record->source.get());
-    creator->SetDescription(record->description.get());
-    if (auto info = creator.try_query<IErrorInfo>()) ::SetErrorInfo(0, info.get());
+    SetThreadErrorInfo(iid, record->source.get(), record->description.get(), code);
 }
 
 }  // namespace com

@@ -11,9 +11,9 @@ class UniqueHandle {
 public:
     UniqueHandle() noexcept = default;
     explicit UniqueHandle(Handle handle) noexcept : handle_(handle) {}
-    UniqueHandle(UniqueHandle&& other) noexcept : handle_(other.release()) {}
+    UniqueHandle(UniqueHandle&& other) noexcept : handle_(other.detach()) {}
     UniqueHandle& operator=(UniqueHandle&& other) noexcept {
-        if (this != &other) reset(other.release());
+        if (this != &other) reset(other.detach());
         return *this;
     }
     UniqueHandle(const UniqueHandle&) = delete;
@@ -28,7 +28,7 @@ public:
         if (old) Close(old);
     }
     // Hands the handle over to the caller, who then frees it.
-    [[nodiscard]] Handle release() noexcept { return std::exchange(handle_, nullptr); }
+    [[nodiscard]] Handle detach() noexcept { return std::exchange(handle_, nullptr); }
     // Frees the current handle and gives the address for an out-parameter to fill.
     Handle* put() noexcept {
         reset();

@@ -4,6 +4,7 @@
 
 #include <utility>
 
+#include "com/Bstr.h"
 #include "com/ComError.h"
 
 namespace com {
@@ -12,6 +13,23 @@ namespace com {
 // non-const although it never writes it.
 inline HRESULT CopyVariant(VARIANT* target, const VARIANT& source) noexcept {
     return ::VariantCopy(target, const_cast<VARIANT*>(&source));
+}
+
+// A caller's out-parameter made empty without freeing what it held: its content is not ours.
+inline void InitOut(VARIANT* out) noexcept { ::VariantInit(out); }
+
+// Replaces a caller's in-out VARIANT, freeing what it held, with a copy of `source`.
+inline HRESULT ReplaceWithCopy(VARIANT* target, const VARIANT& source) noexcept {
+    ::VariantClear(target);
+    return CopyVariant(target, source);
+}
+
+// A VARIANT that lends a string to one call without owning it: never clear it.
+inline VARIANT BorrowedText(BSTR text) noexcept {
+    VARIANT value;
+    value.vt = VT_BSTR;
+    value.bstrVal = text;
+    return value;
 }
 
 // Owner of one VARIANT: initialised empty, cleared when reset or destroyed. It contains the VARIANT
@@ -39,6 +57,66 @@ public:
         return copy;
     }
 
+    // Owners of the values the library makes itself; each holds its own reference or copy.
+    static UniqueVariant Unknown(IUnknown* object) noexcept {
+        UniqueVariant result;
+        result.value_.vt = VT_UNKNOWN;
+        result.value_.punkVal = object;
+        if (object) object->AddRef();
+        return result;
+    }
+    static UniqueVariant Text(UniqueBstr text) noexcept {
+        UniqueVariant result;
+        result.value_.vt = VT_BSTR;
+        result.value_.bstrVal = text.detach();
+        return result;
+    }
+    static UniqueVariant Text(const wchar_t* text) { return Text(CopyText(text ? text : L"")); }
+    static UniqueVariant Int(long value) noexcept {
+        UniqueVariant result;
+        result.value_.vt = VT_I4;
+        result.value_.lVal = value;
+        return result;
+    }
+    static UniqueVariant Short(short value) noexcept {
+        UniqueVariant result;
+        result.value_.vt = VT_I2;
+        result.value_.iVal = value;
+        return result;
+    }
+    static UniqueVariant Double(double value) noexcept {
+        UniqueVariant result;
+        result.value_.vt = VT_R8;
+        result.value_.dblVal = value;
+        return result;
+    }
+    static UniqueVariant Bool(bool value) noexcept {
+        UniqueVariant result;
+        result.value_.vt = VT_BOOL;
+        result.value_.boolVal = value ? VARIANT_TRUE : VARIANT_FALSE;
+        return result;
+    }
+    static UniqueVariant Dispatch(IDispatch* object) noexcept {
+        UniqueVariant result;
+        result.value_.vt = VT_DISPATCH;
+        result.value_.pdispVal = object;
+        if (object) object->AddRef();
+        return result;
+    }
+    // Adopts a safe array of `elementType` elements.
+    static UniqueVariant Array(SAFEARRAY* array, VARTYPE elementType) noexcept {
+        UniqueVariant result;
+        result.value_.vt = static_cast<VARTYPE>(elementType | VT_ARRAY);
+        result.value_.parray = array;
+        return result;
+    }
+    // A copy of a value that may be held by reference, dereferenced; empty when it cannot be made.
+    static UniqueVariant DereferencedCopyOrEmpty(const VARIANT& source) noexcept {
+        UniqueVariant copy;
+        if (FAILED(::VariantCopyInd(&copy.value_, const_cast<VARIANT*>(&source)))) copy.reset();
+        return copy;
+    }
+
     const VARIANT& get() const noexcept { return value_; }
     VARIANT& get() noexcept { return value_; }
     VARTYPE type() const noexcept { return value_.vt; }
@@ -52,8 +130,15 @@ public:
         reset();
         return &value_;
     }
+    // Hands a text value over as a string and leaves the owner empty; any other value gives null.
+    UniqueBstr TakeText() noexcept {
+        if (value_.vt != VT_BSTR) return UniqueBstr();
+        UniqueBstr text(value_.bstrVal);
+        ::VariantInit(&value_);
+        return text;
+    }
     // Moves the value into a caller's VARIANT, which must hold nothing that needs freeing.
-    void release(VARIANT* target) noexcept {
+    void detach(VARIANT* target) noexcept {
         *target = value_;
         ::VariantInit(&value_);
     }

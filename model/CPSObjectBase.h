@@ -33,16 +33,14 @@ public:
             if (!customProperties_) return TYPE_E_ELEMENTNOTFOUND;
             const auto found = customProperties_->find(name);
             if (found == customProperties_->end()) return TYPE_E_ELEMENTNOTFOUND;
-            ::VariantClear(pvtPropValue);
-            return com::CopyVariant(pvtPropValue, found->second.get());
+            return com::ReplaceWithCopy(pvtPropValue, found->second.get());
         });
     }
 
     STDMETHODIMP put_CustomProperty(BSTR bsPropName, VARIANT newVal) override {
         return this->Guarded([&] {
-            com::UniqueVariant value;
             // A failed copy stores an empty value; the put itself always succeeds.
-            ::VariantCopyInd(value.put(), &newVal);
+            com::UniqueVariant value = com::UniqueVariant::DereferencedCopyOrEmpty(newVal);
             if (!customProperties_) {
                 // Most objects never carry custom properties; the map exists only once one is put.
                 customProperties_ = std::make_unique<CustomPropertyMap>(kInitialBins);

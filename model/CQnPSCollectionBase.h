@@ -19,12 +19,7 @@ public:
             if (!ppEnumerator) return E_POINTER;
             *ppEnumerator = nullptr;
             com::EnumVariant::Snapshot snapshot(items_.size());
-            for (size_t i = 0; i < items_.size(); ++i) {
-                VARIANT& value = snapshot[i].get();
-                value.vt = VT_DISPATCH;
-                value.pdispVal = items_[i].get();
-                if (value.pdispVal) value.pdispVal->AddRef();
-            }
+            for (size_t i = 0; i < items_.size(); ++i) snapshot[i] = com::UniqueVariant::Dispatch(items_[i].get());
             com::EnumVariant::Create(std::move(snapshot)).copy_to(
                 reinterpret_cast<IEnumVARIANT**>(ppEnumerator));
             return S_OK;

@@ -40,7 +40,7 @@ STDMETHODIMP CQnPSProperty::put_ColumnDef(IQnPSColumnDef* newVal) {
 STDMETHODIMP CQnPSProperty::get_Value(VARIANT* pvtPropValue) {
     return Guarded([&] {
         if (!pvtPropValue) return E_INVALIDARG;
-        ::VariantInit(pvtPropValue);
+        com::InitOut(pvtPropValue);
         return com::CopyVariant(pvtPropValue, value_.get());
     });
 }
@@ -48,7 +48,7 @@ STDMETHODIMP CQnPSProperty::get_Value(VARIANT* pvtPropValue) {
 STDMETHODIMP CQnPSProperty::put_Value(VARIANT newVal) {
     return Guarded([&] {
         // A failed copy leaves the cell empty; the put still succeeds.
-        ::VariantCopyInd(value_.put(), &newVal);
+        value_ = com::UniqueVariant::DereferencedCopyOrEmpty(newVal);
         return S_OK;
     });
 }

@@ -51,7 +51,7 @@ STDMETHODIMP CQnPSRowCollection::get_RowByID(BSTR RowID, IQnPSRow** ppRow) {
 STDMETHODIMP CQnPSRowCollection::get_ColumnValues(BSTR ColumnName, VARIANT* pvArray) {
     return Guarded([&] {
         if (!ColumnName || !pvArray) return E_INVALIDARG;
-        ::VariantInit(pvArray);
+        com::InitOut(pvArray);
         if (ItemCount() < 1) return S_OK;
         values::VariantArray result;
         // No array for want of memory is a failure, not a column without values.
@@ -73,7 +73,7 @@ STDMETHODIMP CQnPSRowCollection::get_ColumnValues(BSTR ColumnName, VARIANT* pvAr
 STDMETHODIMP CQnPSRowCollection::get_UniqueColumnValues(BSTR ColumnName, VARIANT* pvArray) {
     return Guarded([&] {
         if (!ColumnName || !pvArray) return E_INVALIDARG;
-        ::VariantInit(pvArray);
+        com::InitOut(pvArray);
         UniqueValues(ColumnName, pvArray);
         return S_OK;
     });

@@ -110,9 +110,7 @@ com::UniqueBstr CQnPSTable::LayoutText(const CQnPSProperty& layout) {
     if (value.vt == VT_BSTR) return com::CopyText(value.bstrVal);
     com::UniqueVariant text;
     com::ThrowIfFailed(::VariantChangeType(text.put(), const_cast<VARIANT*>(&value), 0, VT_BSTR));
-    com::UniqueBstr result(text.get().bstrVal);
-    text.get().vt = VT_EMPTY;
-    return result;
+    return text.TakeText();
 }
 
 STDMETHODIMP CQnPSTable::get_TabOrderByLayoutName(BSTR Name, long* plTabOrder) {

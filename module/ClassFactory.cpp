@@ -3,7 +3,7 @@
 #include <new>
 
 #include "com/ModuleState.h"
-#include "model/CQnPropStorage.h"
+#include "module/CQnPropStorage.h"
 
 namespace module {
 namespace {
@@ -44,7 +44,7 @@ STDMETHODIMP ClassFactory::CreateInstance(IUnknown* outer, REFIID riid, void** o
     if (outer) return CLASS_E_NOAGGREGATION;
     com::ModuleStateGuard state;
     try {
-        auto storage = com::MakeObject<model::CQnPropStorage>();
+        auto storage = com::MakeObject<CQnPropStorage>();
         return storage->QueryInterface(riid, object);
     } catch (const std::bad_alloc&) {
         return E_OUTOFMEMORY;

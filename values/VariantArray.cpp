@@ -15,9 +15,7 @@ HRESULT VariantArray::Create(VARTYPE elementType, ULONG count, const void* data,
     SAFEARRAYBOUND bound{count, lowerBound};
     SAFEARRAY* array = ::SafeArrayCreate(elementType, 1, &bound);
     if (!array) return E_OUTOFMEMORY;
-    VARIANT& raw = value_.get();
-    raw.vt = static_cast<VARTYPE>(elementType | VT_ARRAY);
-    raw.parray = array;
+    value_ = com::UniqueVariant::Array(array, elementType);
     if (!data) return S_OK;
     void* target = nullptr;
     HRESULT hr = ::SafeArrayAccessData(array, &target);
@@ -32,9 +30,7 @@ HRESULT VariantArray::CreateMulti(VARTYPE elementType, UINT dimensions, const UL
     for (UINT i = 0; i < dimensions; ++i) bounds[i] = SAFEARRAYBOUND{counts[i], 0};
     SAFEARRAY* array = ::SafeArrayCreate(elementType, dimensions, bounds.data());
     if (!array) return E_OUTOFMEMORY;
-    VARIANT& raw = value_.get();
-    raw.vt = static_cast<VARTYPE>(elementType | VT_ARRAY);
-    raw.parray = array;
+    value_ = com::UniqueVariant::Array(array, elementType);
     return S_OK;
 }
 
@@ -55,7 +51,7 @@ HRESULT VariantArray::Redim(ULONG count) {
     return ::SafeArrayRedim(array, &bound);
 }
 
-void VariantArray::Detach(VARIANT* target) noexcept { value_.release(target); }
+void VariantArray::Detach(VARIANT* target) noexcept { value_.detach(target); }
 
 SAFEARRAY* VariantArray::Array() const noexcept {
     const VARIANT& raw = value_.get();

@@ -19,7 +19,6 @@ public:
     ~CXmlReaderBase() override { Close(); }
 
     int OpenDocument(const VARIANT* source);
-    int OpenFile(const wchar_t* path);
     // Reads a document that another object has loaded and keeps; nothing is loaded again.
     int AttachDocument(IXMLDOMDocument* document);
 
@@ -31,35 +30,20 @@ public:
     int OpenSection(const wchar_t* name);
     // The next child element of the current level; text, white space and comments are skipped.
     int NextElement(BSTR* nameOut);
-    // Scans the level's children from the first (the walk's position is not used or changed) for an
-    // element named `name` whose attribute `attributeName` equals `attributeValue` without regard to
-    // case; an element lacking the attribute matches as well.
-    int FindElement(const wchar_t* name, BSTR attributeName, const wchar_t* attributeValue);
     // The current element's attribute; `out` (optional) receives its text.
     int GetAttribute(BSTR name, BSTR* out);
-    // Assigns only when the attribute exists, leaving `out` unchanged otherwise.
-    int GetAttribute(BSTR name, std::wstring& out);
-    // Changes an existing attribute of a document loaded from a file.
-    int SetAttribute(BSTR name, const VARIANT& value);
-    int SetAttribute(BSTR name, const wchar_t* value);
-    int PushLevel();
-    int PopLevel();
-    void SaveIfModified();
     void Close() noexcept;
 
     bool IsOpen() const noexcept { return open_ != 0; }
-    bool IsModified() const noexcept { return modified_ != 0; }
+    // The element NextElement stands on, or null.
+    IXMLDOMElement* CurrentElement() const noexcept { return current_.get(); }
 
 private:
-    enum SourceKind { kClosed = 0, kFromFile = 1, kFromStream = 2 };
-
-    int Opened(IXMLDOMElement* root, SourceKind kind);
+    int Opened(IXMLDOMElement* root);
     void EnterChildrenOf(IXMLDOMNode* parent);
 
     int open_ = 0;
-    int modified_ = 0;
     DWORD documentFlags_ = WkXMLFile::kPreserveWhiteSpace | WkXMLFile::kReadOnly;
-    std::wstring filePath_;
     std::unique_ptr<WkXMLFile> document_;
     com::ComPtr<IXMLDOMElement> root_;
     com::ComPtr<IXMLDOMNode> section_;
@@ -67,7 +51,6 @@ private:
     // child list walks it from the start for every item under some parsers.
     com::ComPtr<IXMLDOMNode> level_;
     com::ComPtr<IXMLDOMNode> nextChild_;
-    SourceKind sourceKind_ = kClosed;
 };
 
 }  // namespace xml

@@ -89,20 +89,13 @@ int CXmlWriterBase::AddAttribute(BSTR name, const VARIANT& value) {
 }
 
 int CXmlWriterBase::AddAttribute(BSTR name, const wchar_t* value) {
-    com::UniqueVariant text;
-    text.get().vt = VT_BSTR;
-    text.get().bstrVal = com::CopyText(value ? value : L"").release();
-    return AddAttribute(name, text.get());
+    return AddAttribute(name, com::UniqueVariant::Text(value).get());
 }
 
 std::vector<BYTE> CXmlWriterBase::SaveToBytes() {
     if (!open_ || !file_ || !document_) throw com::ComError(E_POINTER);
     auto buffer = com::MemoryStream::Create();
-    com::UniqueVariant target;
-    target.get().vt = VT_UNKNOWN;
-    static_cast<IStream*>(buffer.get())->AddRef();
-    target.get().punkVal = static_cast<IStream*>(buffer.get());
-    const HRESULT saved = document_->save(target.get());
+    const HRESULT saved = document_->save(com::UniqueVariant::Unknown(static_cast<IStream*>(buffer.get())).get());
     if (buffer->Failed()) com::ThrowOutOfMemory();
     if (FAILED(saved)) throw com::ComError(saved, __uuidof(IXMLDOMDocument));
     return buffer->TakeBytes();
@@ -112,7 +105,6 @@ void CXmlWriterBase::Close() {
     document_.reset();
     insertionParent_.reset();
     file_.reset();
-    unused_.reset();
 }
 
 }  // namespace xml

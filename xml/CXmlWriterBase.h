@@ -46,7 +46,6 @@ private:
     int open_ = 0;
     DWORD documentFlags_ = WkXMLFile::kPreserveWhiteSpace | WkXMLFile::kWriter;
     std::unique_ptr<WkXMLFile> file_;
-    com::UniqueVariant unused_;
     com::ComPtr<IXMLDOMDocument> document_;
     com::ComPtr<IXMLDOMNode> insertionParent_;
 };

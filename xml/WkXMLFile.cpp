@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "com/ErrorRecord.h"
 #include "com/SafeArray.h"
 #include "com/UniqueVariant.h"
 
@@ -12,21 +13,7 @@ namespace xml {
 namespace {
 
 constexpr DWORD kAnyContext = CLSCTX_INPROC_SERVER | CLSCTX_INPROC_HANDLER | CLSCTX_LOCAL_SERVER;
-constexpr wchar_t kSettingsKey[] = L"Software\\Quillon\\Client";
 
-com::UniqueVariant BoolVariant(bool value) {
-    com::UniqueVariant result;
-    result.get().vt = VT_BOOL;
-    result.get().boolVal = value ? VARIANT_TRUE : VARIANT_FALSE;
-    return result;
-}
-
-com::UniqueVariant TextVariant(const wchar_t* text) {
-    com::UniqueVariant result;
-    result.get().vt = VT_BSTR;
-    result.get().bstrVal = com::CopyText(text).release();
-    return result;
-}
 
 // Parser properties that a parser version does not know are refused; that is expected.
 void SetParserProperty(IXMLDOMDocument2* document, const wchar_t* name, const VARIANT& value) {
@@ -35,21 +22,6 @@ void SetParserProperty(IXMLDOMDocument2* document, const wchar_t* name, const VA
 }
 
 }  // namespace
-
-DWORD WkXMLFile::ParserVersionFromSettings() noexcept {
-    HKEY key = nullptr;
-    if (::RegOpenKeyExW(HKEY_CURRENT_USER, kSettingsKey, 0, KEY_READ, &key) != ERROR_SUCCESS) return 0;
-    DWORD version = 0;
-    DWORD size = sizeof version;
-    DWORD type = 0;
-    if (::RegQueryValueExW(key, L"MSXMLVersion", nullptr, &type, reinterpret_cast<BYTE*>(&version), &size) !=
-            ERROR_SUCCESS ||
-        type != REG_DWORD) {
-        version = 0;
-    }
-    ::RegCloseKey(key);
-    return version;
-}
 
 HRESULT WkXMLFile::CreateDocumentObject(const CLSID& clsid, com::ComPtr<IXMLDOMDocument>& document) {
     com::ComPtr<IUnknown> object;
@@ -61,19 +33,9 @@ HRESULT WkXMLFile::CreateDocumentObject(const CLSID& clsid, com::ComPtr<IXMLDOMD
 }
 
 HRESULT WkXMLFile::CreateParser(const wchar_t* rootName, DWORD flags) {
-    const DWORD version = (flags & kVersionFromSettings) ? ParserVersionFromSettings() : 0;
     com::ComPtr<IXMLDOMDocument> document;
-    HRESULT hr = S_OK;
-    switch (version) {
-        case 2: hr = CreateDocumentObject(kFreeThreadedDOMDocument26, document); break;
-        case 3: hr = CreateDocumentObject(kFreeThreadedDOMDocument30, document); break;
-        case 4: hr = CreateDocumentObject(kFreeThreadedDOMDocument40, document); break;
-        case 6: hr = CreateDocumentObject(kFreeThreadedDOMDocument60, document); break;
-        default:
-            hr = CreateDocumentObject(kFreeThreadedDOMDocument60, document);
-            if (FAILED(hr) && hr != E_OUTOFMEMORY) hr = CreateDocumentObject(kFreeThreadedDOMDocument30, document);
-            break;
-    }
+    HRESULT hr = CreateDocumentObject(kFreeThreadedDOMDocument60, document);
+    if (FAILED(hr) && hr != E_OUTOFMEMORY) hr = CreateDocumentObject(kFreeThreadedDOMDocument30, document);
     // A parser that cannot be made for want of memory says nothing about the document.
     if (hr == E_OUTOFMEMORY) com::ThrowOutOfMemory();
     if (FAILED(hr)) return hr;
@@ -88,28 +50,22 @@ HRESULT WkXMLFile::CreateParser(const wchar_t* rootName, DWORD flags) {
     // Always on: hosts keep entity declarations in their documents.
     hr = document->put_resolveExternals(VARIANT_TRUE);
     if (document2) {
-        SetParserProperty(document2.get(), L"ProhibitDTD", BoolVariant(false).get());
-        SetParserProperty(document2.get(), L"AllowXsltScript", BoolVariant(true).get());
-        SetParserProperty(document2.get(), L"AllowDocumentFunction", BoolVariant(true).get());
+        SetParserProperty(document2.get(), L"ProhibitDTD", com::UniqueVariant::Bool(false).get());
+        SetParserProperty(document2.get(), L"AllowXsltScript", com::UniqueVariant::Bool(true).get());
+        SetParserProperty(document2.get(), L"AllowDocumentFunction", com::UniqueVariant::Bool(true).get());
     }
-    if (!(flags & kKeepParserSettings)) {
-        hr = document->put_validateOnParse(VARIANT_FALSE);
-        if (document2) {
-            SetParserProperty(document2.get(), L"SelectionNamespaces",
-                              TextVariant(L"xmlns:ms='urn:schemas-microsoft-com:xslt'").get());
-            SetParserProperty(document2.get(), L"SelectionLanguage", TextVariant(L"XPath").get());
-            // Asked of the 3.0 fallback too, which refuses it harmlessly.
-            if (version != 1 && version != 2 && version != 3) {
-                SetParserProperty(document2.get(), L"NewParser", BoolVariant(true).get());
-            }
-        }
+    hr = document->put_validateOnParse(VARIANT_FALSE);
+    if (document2) {
+        SetParserProperty(document2.get(), L"SelectionNamespaces",
+                          com::UniqueVariant::Text(L"xmlns:ms='urn:schemas-microsoft-com:xslt'").get());
+        SetParserProperty(document2.get(), L"SelectionLanguage", com::UniqueVariant::Text(L"XPath").get());
+        // Asked of the 3.0 fallback too, which refuses it harmlessly.
+        SetParserProperty(document2.get(), L"NewParser", com::UniqueVariant::Bool(true).get());
     }
 
-    if (flags & (kNewDocument | kUtf16Declaration)) {
-        wchar_t data[64];
-        std::swprintf(data, 64, L"version=\"1.0\" encoding=\"UTF-%d\"", (flags & kNewDocument) ? 8 : 16);
+    if (flags & kNewDocument) {
         const com::UniqueBstr target = com::CopyText(L"xml");
-        const com::UniqueBstr text = com::CopyText(data);
+        const com::UniqueBstr text = com::CopyText(L"version=\"1.0\" encoding=\"UTF-8\"");
         com::ComPtr<IXMLDOMProcessingInstruction> declaration;
         hr = document->createProcessingInstruction(target.get(), text.get(), declaration.put());
         if (FAILED(hr)) return hr;
@@ -157,11 +113,9 @@ com::UniqueVariant WkXMLFile::StreamContent(IStream* stream) {
     ULONG read = 0;
     while (SUCCEEDED(stream->Read(chunk, sizeof chunk, &read)) && read > 0) bytes.insert(bytes.end(), chunk, chunk + read);
 
-    com::UniqueVariant content;
     SAFEARRAY* array = ::SafeArrayCreateVector(VT_UI1, 0, static_cast<ULONG>(bytes.size()));
     if (!array) com::ThrowOutOfMemory();
-    content.get().vt = VT_ARRAY | VT_UI1;
-    content.get().parray = array;
+    com::UniqueVariant content = com::UniqueVariant::Array(array, VT_UI1);
     if (!bytes.empty()) {
         com::SafeArrayData<BYTE> data(array);
         std::memcpy(&data[0], bytes.data(), bytes.size());
@@ -186,36 +140,16 @@ HRESULT WkXMLFile::Load(const VARIANT& source, DWORD flags) {
         // Some parsers (Wine's among them) refuse a document that is not well-formed through the
         // call's result instead of its success flag. The caller still gets the parse error as the
         // thread's error record; the result stays the load's own.
-        ReportParseError(flags);
+        ReportParseError();
         return hr;
     }
-    if (loaded != VARIANT_TRUE) return ReportParseError(flags);
+    if (loaded != VARIANT_TRUE) return ReportParseError();
     return hr;
-}
-
-int WkXMLFile::LoadFile(const wchar_t* path, DWORD flags) {
-    filePath_ = com::CopyText(path);
-    flags_ = (flags_ ? flags_ : (kFileLoad | kPreserveWhiteSpace)) | (flags & kReadOnly);
-    if (FAILED(CreateParser(nullptr, flags_))) return 0;
-    if (!path || ::GetFileAttributesW(path) == INVALID_FILE_ATTRIBUTES) return 0;
-    com::UniqueVariant source;
-    source.get().vt = VT_BSTR;
-    source.get().bstrVal = com::CopyText(path).release();
-    return Load(source.get(), flags_) == S_OK ? 1 : 0;
-}
-
-int WkXMLFile::SaveFile(const wchar_t* path) {
-    if (!document_) return 0;
-    if (path && (!filePath_ || std::wcscmp(path, filePath_.get()) != 0)) filePath_ = com::CopyText(path);
-    com::UniqueVariant target;
-    target.get().vt = VT_BSTR;
-    target.get().bstrVal = com::CopyText(filePath_.get()).release();
-    return document_->save(target.get()) == S_OK ? 1 : 0;
 }
 
 IXMLDOMElement* WkXMLFile::GetRoot() {
     if (!document_) throw com::ComError(E_POINTER);
-    if (!root_ && FAILED(document_->get_documentElement(root_.put()))) ReportParseError(flags_);
+    if (!root_ && FAILED(document_->get_documentElement(root_.put()))) ReportParseError();
     return root_.get();
 }
 
@@ -241,21 +175,15 @@ com::ComPtr<IXMLDOMNode> WkXMLFile::FindOrCreateChild(IXMLDOMNode* parent, const
     return appended;
 }
 
-com::ComPtr<IXMLDOMNode> WkXMLFile::GetSection(const wchar_t* name, const wchar_t* subName) {
+com::ComPtr<IXMLDOMNode> WkXMLFile::GetSection(const wchar_t* name) {
     IXMLDOMElement* root = GetRoot();
-    if (!root) return nullptr;
-    const wchar_t* first = (name && *name) ? name : subName;
-    if (!first || !*first) return nullptr;
-    com::ComPtr<IXMLDOMNode> section = FindOrCreateChild(root, first);
-    if (section && subName && *subName && first != subName) {
-        section = FindOrCreateChild(section.get(), subName);
-    }
-    return section;
+    if (!root || !name || !*name) return nullptr;
+    return FindOrCreateChild(root, name);
 }
 
 int WkXMLFile::HasSection(const wchar_t* name) { return GetSection(name) ? 1 : 0; }
 
-HRESULT WkXMLFile::ReportParseError(DWORD flags) {
+HRESULT WkXMLFile::ReportParseError() {
     if (!document_) return E_NOINTERFACE;
     HRESULT result = E_FAIL;
     com::ComPtr<IXMLDOMParseError> error;
@@ -267,47 +195,10 @@ HRESULT WkXMLFile::ReportParseError(DWORD flags) {
     com::UniqueBstr reason, url;
     error->get_reason(reason.put());
     error->get_url(url.put());
-    if (com::IsEmptyBstr(reason.get())) {
-        wchar_t* message = nullptr;
-        if (::FormatMessageW(FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM |
-                                 FORMAT_MESSAGE_IGNORE_INSERTS,
-                             nullptr, static_cast<DWORD>(code), 0, reinterpret_cast<wchar_t*>(&message), 0,
-                             nullptr) &&
-            message) {
-            reason = com::CopyText(message);
-            ::LocalFree(message);
-        }
-    }
-    com::ComPtr<ICreateErrorInfo> creator;
-    if (SUCCEEDED(::CreateErrorInfo(creator.put()))) {
-        creator->SetGUID(__uuidof(IXMLDOMDocument));
-        creator->SetSource(url.get());
-        creator->SetDescription(reason.get());
-        if (auto info = creator.try_query<IErrorInfo>()) ::SetErrorInfo(0, info.get());
-    }
-    if (flags & kShowParseError) ShowParseError(error.get(), reason.get(), url.get(), result);
+    // Without a reason the code's system message describes the failure.
+    com::SetThreadErrorInfo(__uuidof(IXMLDOMDocument), url.get(),
+                            com::IsEmptyBstr(reason.get()) ? nullptr : reason.get(), code);
     return result;
-}
-
-void WkXMLFile::ShowParseError(IXMLDOMParseError* error, BSTR reason, BSTR url, HRESULT code) const {
-    long filePosition = 0, line = 0, linePosition = 0;
-    error->get_filepos(&filePosition);
-    error->get_line(&line);
-    error->get_linepos(&linePosition);
-    com::UniqueBstr sourceText;
-    error->get_srcText(sourceText.put());
-    std::wstring source(sourceText.get() ? sourceText.get() : L"");
-    if (source.size() >= 256) source = source.substr(linePosition < 2 ? 0 : linePosition - 1, 255);
-    // The rich message box of the host's common library renders this markup; here it shows as is.
-    std::wstring body(1024 + source.size() + com::BstrLength(reason) + com::BstrLength(url), L'\0');
-    const int length = std::swprintf(
-        body.data(), body.size(),
-        L"$RTF+$B+%ls$B-$NL$NL$B+File:$B-\t%ls, position %d$NL$B+Line:$B-\t%d, position %d$NL"
-        L"$B+Code:$B-\t0x%X$NL$B+Source:$B-\t%ls",
-        reason ? reason : L"", url ? url : L"", static_cast<int>(filePosition), static_cast<int>(line),
-        static_cast<int>(linePosition), static_cast<unsigned>(code), source.c_str());
-    if (length > 0) body.resize(static_cast<size_t>(length));
-    ::MessageBoxW(nullptr, body.c_str(), L"XML Parse Error", MB_ICONERROR | MB_OK);
 }
 
 }  // namespace xml

@@ -5,6 +5,7 @@
 // a Value or CustomProperty put whose copy fails stores nothing and a text getter whose copy
 // fails answers a null string, both with S_OK. Nothing outlives a run.
 #include <climits>
+#include <cstdio>
 #include <functional>
 #include <sstream>
 
@@ -193,6 +194,8 @@ TEST_F(AllocationFailures, EachFailedAllocationEndsInOutOfMemoryOrTheRightResult
         ASSERT_EQ(S_OK, scenario.action()) << scenario.name;
         AllocationFaults::Disarm();
         const long calls = AllocationFaults::Calls();
+        ASSERT_GT(calls, 0) << scenario.name << " allocates nothing the hooks see";
+        std::printf("%s: %ld allocating calls\n", scenario.name, calls);
         const std::wstring expected = scenario.observe();
         Reset();
         for (const bool from : {false, true}) {

@@ -140,7 +140,7 @@ public:
             case kSetStreamText: hr = WriteText(stream.get(), text(1)); break;
             default: storage_.reset();
         }
-        if (SUCCEEDED(hr) && result) answer.release(result);
+        if (SUCCEEDED(hr) && result) answer.detach(result);
         return hr;
     }
 

@@ -1,4 +1,4 @@
-#include "xml/ValueText.h"
+#include "format/ValueText.h"
 
 #include <cwchar>
 #include <cstdlib>
@@ -6,7 +6,7 @@
 
 #include "values/HexText.h"
 
-namespace xml {
+namespace format {
 namespace {
 
 com::UniqueVariant Converted(const VARIANT& value, VARTYPE type, USHORT flags = 0) {
@@ -39,31 +39,16 @@ com::UniqueBstr EncodeValue(const VARIANT& value, qnpsPropertyType type) {
 }
 
 com::UniqueVariant DecodeValue(com::UniqueBstr text, qnpsPropertyType type) {
-    com::UniqueVariant value;
-    VARIANT& raw = value.get();
     const wchar_t* chars = text ? text.get() : L"";
     switch (type) {
-        case qnpsPropType_Int:
-            raw.vt = VT_I4;
-            raw.lVal = _wtoi(chars);
-            break;
+        case qnpsPropType_Int: return com::UniqueVariant::Int(_wtoi(chars));
         // Dates come back as plain doubles, not VT_DATE: readers of these tables expect VT_R8.
         case qnpsPropType_Date:
-        case qnpsPropType_Double:
-            raw.vt = VT_R8;
-            raw.dblVal = values::HexToDouble(chars);
-            break;
+        case qnpsPropType_Double: return com::UniqueVariant::Double(values::HexToDouble(chars));
         // A 16-bit integer, not VT_BOOL, likewise.
-        case qnpsPropType_Bool:
-            raw.vt = VT_I2;
-            raw.iVal = std::wcscmp(chars, L"0") == 0 ? 0 : -1;
-            break;
-        default:
-            raw.vt = VT_BSTR;
-            raw.bstrVal = text ? text.release() : com::CopyText(L"").release();
-            break;
+        case qnpsPropType_Bool: return com::UniqueVariant::Short(std::wcscmp(chars, L"0") == 0 ? 0 : -1);
+        default: return com::UniqueVariant::Text(text ? std::move(text) : com::CopyText(L""));
     }
-    return value;
 }
 
-}  // namespace xml
+}  // namespace format

@@ -3,7 +3,7 @@
 #include "com/Platform.h"
 
 // The property storage document: element and attribute names, fixed texts and the version rule.
-namespace xml::format {
+namespace format {
 
 inline constexpr wchar_t kRoot[] = L"PropertyStorage";
 inline constexpr wchar_t kVersion[] = L"Version";
@@ -32,4 +32,4 @@ long VersionNumber(const wchar_t* text) noexcept;
 // Versions 1 to 101 are read; anything else, an empty text included, is refused.
 bool IsReadableVersion(const wchar_t* text) noexcept;
 
-}  // namespace xml::format
+}  // namespace format

@@ -1,29 +1,30 @@
-#include "xml/PropertyDocumentReader.h"
+#include "format/PropertyDocumentReader.h"
 
 #include <cwchar>
+#include <functional>
 #include <string>
 #include <vector>
 
 #include "com/DispatchObject.h"
-#include "xml/PropertyStorageFormat.h"
-#include "xml/ValueText.h"
+#include "format/PropertyStorageFormat.h"
+#include "format/ValueText.h"
 
-namespace xml {
+namespace format {
 namespace {
 
 using model::CQnPSColumnDef;
 
 qnpsPropertyType TypeFromText(const wchar_t* text, qnpsPropertyType fallback) {
-    if (com::NamesEqual(text, format::kTypeBool)) return qnpsPropType_Bool;
-    if (com::NamesEqual(text, format::kTypeDate)) return qnpsPropType_Date;
-    if (com::NamesEqual(text, format::kTypeInt)) return qnpsPropType_Int;
-    if (com::NamesEqual(text, format::kTypeDouble)) return qnpsPropType_Double;
+    if (com::NamesEqual(text, kTypeBool)) return qnpsPropType_Bool;
+    if (com::NamesEqual(text, kTypeDate)) return qnpsPropType_Date;
+    if (com::NamesEqual(text, kTypeInt)) return qnpsPropType_Int;
+    if (com::NamesEqual(text, kTypeDouble)) return qnpsPropType_Double;
     return fallback;
 }
 
 qnpsPropertyDirection DirectionFromText(const wchar_t* text, qnpsPropertyDirection fallback) {
-    if (com::NamesEqual(text, format::kFromDocument)) return qnpsPropDirection_FromDocument;
-    if (com::NamesEqual(text, format::kToDocument)) return qnpsPropDirection_ToDocument;
+    if (com::NamesEqual(text, kFromDocument)) return qnpsPropDirection_FromDocument;
+    if (com::NamesEqual(text, kToDocument)) return qnpsPropDirection_ToDocument;
     return fallback;
 }
 
@@ -36,15 +37,20 @@ com::UniqueBstr PropertyDocumentReader::RootAttribute(const wchar_t* name) {
     return values.empty() ? com::UniqueBstr() : com::CopyText(values.front().c_str());
 }
 
-HRESULT PropertyDocumentReader::Read(com::ComPtr<model::CQnPSTable>& table) {
-    table.reset();
+HRESULT PropertyDocumentReader::ReadRoot(com::UniqueBstr& application) {
     std::wstring rootName;
     if (!reader_.GetRootInfo(nullptr, nullptr, &rootName)) return QNPS_E_WRONGXMLFILE;
-    const com::UniqueBstr version = RootAttribute(format::kVersion);
-    const com::UniqueBstr application = RootAttribute(format::kApplication);
+    const com::UniqueBstr version = RootAttribute(kVersion);
+    application = RootAttribute(kApplication);
     if (!version || !format::IsReadableVersion(version.get())) return QNPS_E_WRONGXMLFILE;
-    if (!com::NamesEqual(rootName.c_str(), format::kRoot)) return QNPS_E_WRONGXMLFILE;
+    if (!com::NamesEqual(rootName.c_str(), kRoot)) return QNPS_E_WRONGXMLFILE;
+    return S_OK;
+}
 
+HRESULT PropertyDocumentReader::Read(com::ComPtr<model::CQnPSTable>& table) {
+    table.reset();
+    com::UniqueBstr application;
+    if (const HRESULT root = ReadRoot(application); root != S_OK) return root;
     auto definitions = ReadColumnDefinitions();
     if (!definitions) return QNPS_E_EMPTYCOLLECTION;
     auto rows = ReadRows(*definitions);
@@ -57,14 +63,36 @@ HRESULT PropertyDocumentReader::Read(com::ComPtr<model::CQnPSTable>& table) {
     return S_OK;
 }
 
+std::vector<CQnPSColumnDef*> PropertyDocumentReader::NamedColumns(const model::CQnPSColumnDefCollection& definitions) {
+    std::vector<CQnPSColumnDef*> columns;
+    for (size_t i = 0; i < definitions.ItemCount(); ++i) {
+        CQnPSColumnDef* column = definitions.DefinitionAt(i);
+        if (column && !com::IsEmptyBstr(column->Name())) columns.push_back(column);
+    }
+    return columns;
+}
+
+bool PropertyDocumentReader::ForEachRow(const std::function<void(BSTR rowId, IXMLDOMElement* row)>& visit) {
+    if (!reader_.OpenSection(kProperties)) return false;
+    const com::UniqueBstr rowIdName = com::CopyText(kRowId);
+    com::UniqueBstr elementName;
+    while (reader_.NextElement(elementName.put())) {
+        if (!com::NamesEqual(elementName.get() ? elementName.get() : L"", kRow)) continue;
+        com::UniqueBstr rowId;
+        // A row without identifier is dropped.
+        if (reader_.GetAttribute(rowIdName.get(), rowId.put())) visit(rowId.get(), reader_.CurrentElement());
+    }
+    return true;
+}
+
 com::ComPtr<model::CQnPSColumnDefCollection> PropertyDocumentReader::ReadColumnDefinitions() {
-    if (!reader_.OpenSection(format::kColumnDefs)) return nullptr;
+    if (!reader_.OpenSection(kColumnDefs)) return nullptr;
     auto definitions = com::MakeObject<model::CQnPSColumnDefCollection>();
-    const com::UniqueBstr dispName = com::CopyText(format::kDispName);
-    const com::UniqueBstr hidden = com::CopyText(format::kHidden);
-    const com::UniqueBstr type = com::CopyText(format::kType);
-    const com::UniqueBstr direction = com::CopyText(format::kDirection);
-    const com::UniqueBstr order = com::CopyText(format::kOrder);
+    const com::UniqueBstr dispName = com::CopyText(kDispName);
+    const com::UniqueBstr hidden = com::CopyText(kHidden);
+    const com::UniqueBstr type = com::CopyText(kType);
+    const com::UniqueBstr direction = com::CopyText(kDirection);
+    const com::UniqueBstr order = com::CopyText(kOrder);
 
     com::UniqueBstr name;
     while (reader_.NextElement(name.put())) {
@@ -94,30 +122,19 @@ com::ComPtr<model::CQnPSColumnDefCollection> PropertyDocumentReader::ReadColumnD
 
 com::ComPtr<model::CQnPSRowCollection> PropertyDocumentReader::ReadRows(
     const model::CQnPSColumnDefCollection& definitions) {
-    if (!reader_.OpenSection(format::kProperties)) return nullptr;
-    std::vector<CQnPSColumnDef*> columns;
-    for (size_t i = 0; i < definitions.ItemCount(); ++i) {
-        CQnPSColumnDef* column = definitions.DefinitionAt(i);
-        if (column && !com::IsEmptyBstr(column->Name())) columns.push_back(column);
-    }
+    const std::vector<CQnPSColumnDef*> columns = NamedColumns(definitions);
     auto rows = com::MakeObject<model::CQnPSRowCollection>();
-    const com::UniqueBstr rowIdName = com::CopyText(format::kRowId);
-    com::UniqueBstr elementName;
-    while (reader_.NextElement(elementName.put())) {
-        if (!com::NamesEqual(elementName.get() ? elementName.get() : L"", format::kRow)) continue;
-        if (auto row = ReadRow(columns, rowIdName.get())) rows->Append(row.get());
-    }
-    return rows;
+    const bool found = ForEachRow([&](BSTR rowId, IXMLDOMElement*) {
+        // A row with no column to hold a cell is dropped.
+        if (!columns.empty()) rows->Append(ReadRow(columns, rowId).get());
+    });
+    return found ? rows : nullptr;
 }
 
 com::ComPtr<model::CQnPSRow> PropertyDocumentReader::ReadRow(const std::vector<CQnPSColumnDef*>& columns,
-                                                            BSTR rowIdName) {
-    com::UniqueBstr rowId;
-    // A row without identifier, or with no column to hold a cell, is dropped.
-    if (!reader_.GetAttribute(rowIdName, rowId.put()) || columns.empty()) return nullptr;
-
+                                                            BSTR rowId) {
     auto row = com::MakeObject<model::CQnPSRow>();
-    row->SetRowID(rowId.get());
+    row->SetRowID(rowId);
     row->ReserveItems(columns.size());
     for (CQnPSColumnDef* column : columns) {
         auto cell = com::MakeObject<model::CQnPSProperty>();
@@ -131,4 +148,4 @@ com::ComPtr<model::CQnPSRow> PropertyDocumentReader::ReadRow(const std::vector<C
     return row;
 }
 
-}  // namespace xml
+}  // namespace format

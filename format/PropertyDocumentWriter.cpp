@@ -1,4 +1,4 @@
-#include "xml/PropertyDocumentWriter.h"
+#include "format/PropertyDocumentWriter.h"
 
 #include <cwchar>
 #include <memory>
@@ -6,41 +6,33 @@
 
 #include "com/UniqueVariant.h"
 #include "xml/CXmlReaderBase.h"
-#include "xml/PropertyDocumentReader.h"
+#include "format/PropertyDocumentReader.h"
 #include "values/VariantArray.h"
-#include "xml/PropertyStorageFormat.h"
-#include "xml/StreamReplacement.h"
-#include "xml/ValueText.h"
+#include "format/PropertyStorageFormat.h"
+#include "format/StreamReplacement.h"
+#include "format/ValueText.h"
 
-namespace xml {
+namespace format {
 namespace {
 
 using model::CQnPSColumnDef;
 using model::CQnPSProperty;
 using model::CQnPSRow;
 
-// A VARIANT that lends a string to a call without owning it.
-VARIANT BorrowedText(BSTR text) noexcept {
-    VARIANT value;
-    value.vt = VT_BSTR;
-    value.bstrVal = text;
-    return value;
-}
-
 const wchar_t* TypeText(qnpsPropertyType type) noexcept {
     switch (type) {
-        case qnpsPropType_Int: return format::kTypeInt;
-        case qnpsPropType_Date: return format::kTypeDate;
-        case qnpsPropType_Double: return format::kTypeDouble;
-        case qnpsPropType_Bool: return format::kTypeBool;
+        case qnpsPropType_Int: return kTypeInt;
+        case qnpsPropType_Date: return kTypeDate;
+        case qnpsPropType_Double: return kTypeDouble;
+        case qnpsPropType_Bool: return kTypeBool;
         default: return nullptr;
     }
 }
 
 const wchar_t* DirectionText(qnpsPropertyDirection direction) noexcept {
     switch (direction) {
-        case qnpsPropDirection_ToDocument: return format::kToDocument;
-        case qnpsPropDirection_FromDocument: return format::kFromDocument;
+        case qnpsPropDirection_ToDocument: return kToDocument;
+        case qnpsPropDirection_FromDocument: return kFromDocument;
         default: return nullptr;
     }
 }
@@ -50,13 +42,13 @@ const wchar_t* DirectionText(qnpsPropertyDirection direction) noexcept {
 PropertyDocumentWriter::PropertyDocumentWriter(model::CQnPSTable& table, long flags)
     : table_(table),
       flags_(flags),
-      rowElement_(com::CopyText(format::kRow)),
-      rowId_(com::CopyText(format::kRowId)),
-      dispName_(com::CopyText(format::kDispName)),
-      direction_(com::CopyText(format::kDirection)),
-      type_(com::CopyText(format::kType)),
-      hidden_(com::CopyText(format::kHidden)),
-      order_(com::CopyText(format::kOrder)),
+      rowElement_(com::CopyText(kRow)),
+      rowId_(com::CopyText(kRowId)),
+      dispName_(com::CopyText(kDispName)),
+      direction_(com::CopyText(kDirection)),
+      type_(com::CopyText(kType)),
+      hidden_(com::CopyText(kHidden)),
+      order_(com::CopyText(kOrder)),
       emptyText_(com::CopyText(L"")) {}
 
 HRESULT PropertyDocumentWriter::Write(IStream* stream, ULONGLONG streamSize) {
@@ -72,10 +64,10 @@ HRESULT PropertyDocumentWriter::Write(IStream* stream, ULONGLONG streamSize) {
     try {
         const HRESULT begun = oldBytes.empty() ? BeginNewDocument() : BeginExistingDocument(oldBytes);
         if (begun != S_OK) return begun;
-        if (!writer_.SelectSection(format::kColumnDefs)) return QNPS_E_WRITEXMLERROR;
+        if (!writer_.SelectSection(kColumnDefs)) return QNPS_E_WRITEXMLERROR;
         WriteColumns();
         writer_.CloseElement();
-        if (!writer_.SelectSection(format::kProperties)) return QNPS_E_WRITEXMLERROR;
+        if (!writer_.SelectSection(kProperties)) return QNPS_E_WRITEXMLERROR;
         WriteRows();
         writer_.CloseElement();
         newBytes = writer_.SaveToBytes();
@@ -86,7 +78,7 @@ HRESULT PropertyDocumentWriter::Write(IStream* stream, ULONGLONG streamSize) {
         return QNPS_E_WRITEXMLERROR;
     }
     // The parsed and the built document are done with; their memory is better spent on the copy.
-    oldTable_.reset();
+    old_.reset();
     writer_.Close();
 
     StreamReplacement replacement(stream, std::move(oldBytes), std::move(newBytes));
@@ -110,11 +102,11 @@ HRESULT PropertyDocumentWriter::Write(IStream* stream, ULONGLONG streamSize) {
 }
 
 HRESULT PropertyDocumentWriter::BeginNewDocument() {
-    if (!writer_.CreateDocument(format::kRoot)) return QNPS_E_WRITEXMLERROR;
-    const com::UniqueBstr version = com::CopyText(format::kVersion);
-    writer_.AddAttribute(version.get(), format::kCurrentVersion);
+    if (!writer_.CreateDocument(kRoot)) return QNPS_E_WRITEXMLERROR;
+    const com::UniqueBstr version = com::CopyText(kVersion);
+    writer_.AddAttribute(version.get(), kCurrentVersion);
     if (!com::IsEmptyBstr(table_.Application())) {
-        const com::UniqueBstr application = com::CopyText(format::kApplication);
+        const com::UniqueBstr application = com::CopyText(kApplication);
         writer_.AddAttribute(application.get(), table_.Application());
     }
     writer_.CloseElement();
@@ -131,44 +123,21 @@ HRESULT PropertyDocumentWriter::BeginExistingDocument(const std::vector<BYTE>& o
     if (!(flags_ & qnpsOverwrite)) {
         // The old table comes from the very document the writer loaded, from the stream's start
         // whatever its position: the write replaces the whole content, so the merge must see it.
-        CXmlReaderBase reader;
+        // An old document that cannot be read is no error: there is just nothing to carry over.
+        xml::CXmlReaderBase reader;
         reader.AttachDocument(writer_.Document());
-        ReadOldTable(reader);
+        old_ = OldDocument::Read(reader);
         const BSTR newApplication = table_.Application();
-        const BSTR oldApplication = oldTable_ ? oldTable_->Application() : nullptr;
+        const BSTR oldApplication = old_ ? old_->Application() : nullptr;
         if (!com::IsEmptyBstr(newApplication) && !com::IsEmptyBstr(oldApplication) &&
             !com::NamesEqual(newApplication, oldApplication)) {
             return QNPS_E_WRONGAPPLICATION;
         }
     }
     // The root keeps its attributes (the version is not rewritten) and any other children.
-    writer_.RemoveSections(format::kColumnDefs);
-    writer_.RemoveSections(format::kProperties);
+    writer_.RemoveSections(kColumnDefs);
+    writer_.RemoveSections(kProperties);
     return S_OK;
-}
-
-void PropertyDocumentWriter::ReadOldTable(CXmlReaderBase& reader) {
-    // An old document that cannot be read is no error: there is just nothing to carry over.
-    PropertyDocumentReader(reader).Read(oldTable_);
-    if (oldTable_) IndexOldTable();
-}
-
-void PropertyDocumentWriter::IndexOldTable() {
-    // The reader gives every old row one cell per named column, in column order, so the cell of
-    // a column sits at the same index in every old row.
-    const model::CQnPSColumnDefCollection* definitions = oldTable_->Definitions();
-    for (size_t i = 0; definitions && i < definitions->ItemCount(); ++i) {
-        CQnPSColumnDef* column = definitions->DefinitionAt(i);
-        if (!column || com::IsEmptyBstr(column->Name())) continue;
-        oldCellIndexByName_.emplace(com::FoldedName(column->Name()), static_cast<long>(oldColumns_.size()));
-        oldColumns_.push_back(column);
-    }
-    // The first old row of an identifier wins, as a search from the top would find it.
-    const model::CQnPSRowCollection* rows = oldTable_->RowCollection();
-    for (size_t i = 0; rows && i < rows->ItemCount(); ++i) {
-        CQnPSRow* row = rows->RowAt(i);
-        if (row && !com::IsEmptyBstr(row->RowID())) oldRowsById_.emplace(com::FoldedName(row->RowID()), row);
-    }
 }
 
 void PropertyDocumentWriter::WriteColumns() {
@@ -179,13 +148,9 @@ void PropertyDocumentWriter::WriteColumns() {
         // A name the parser refuses as an element name leaves the column out.
         if (!writer_.AddElement(nullptr, column->Name())) continue;
 
-        if (oldTable_) {
-            auto* record = new CColomnEl(std::wstring(column->Name(), com::BstrLength(column->Name())), column);
-            mergeList_.AddTail(record);
-            const std::wstring key = com::FoldedName(column->Name());
-            recordsByName_.emplace(key, record);
-            const auto oldCell = oldCellIndexByName_.find(key);
-            mergeColumns_.push_back({record, oldCell == oldCellIndexByName_.end() ? -1 : oldCell->second});
+        if (old_) {
+            recordsByName_.emplace(com::FoldedName(column->Name()), static_cast<long>(mergeColumns_.size()));
+            mergeColumns_.push_back({column, -1, old_->ColumnSlot(column->Name())});
         }
 
         if (com::IsEmptyBstr(column->DispName())) column->SetDispName(column->Name());
@@ -219,7 +184,7 @@ void PropertyDocumentWriter::WriteRows() {
         if (!row) continue;
         if (!writer_.AddElement(nullptr, rowElement_.get())) continue;
         // A row without identifier is written with an empty one; the parser wants a real string.
-        writer_.AddAttribute(rowId_.get(), BorrowedText(row->RowID() ? row->RowID() : emptyText_.get()));
+        writer_.AddAttribute(rowId_.get(), com::BorrowedText(row->RowID() ? row->RowID() : emptyText_.get()));
 
         for (size_t j = 0; j < row->ItemCount(); ++j) {
             const CQnPSProperty* cell = row->PropertyAt(j);
@@ -227,57 +192,45 @@ void PropertyDocumentWriter::WriteRows() {
             if (!column) continue;
             if (!writeEveryDirection && column->Direction() == qnpsPropDirection_ToDocument) continue;
             WriteValue(cell->Value(), column, *column);
-            if (oldTable_) {
+            if (old_) {
                 if (CColomnEl* record = RecordFor(*column)) record->position = rowIndex;
             }
         }
-        if (oldTable_ && !mergeList_.IsEmpty()) CarryOver(*row, rowIndex);
+        if (old_ && !mergeColumns_.empty()) CarryOver(*row, rowIndex);
     }
 }
 
 CColomnEl* PropertyDocumentWriter::RecordFor(const CQnPSColumnDef& column) {
     // A definition's record is the first one of its name; asked once per cell, looked up once per
     // definition.
-    const auto [cached, added] = recordByColumn_.try_emplace(&column, nullptr);
+    const auto [cached, added] = recordByColumn_.try_emplace(&column, -1);
     if (added) {
         const auto record = recordsByName_.find(com::FoldedName(column.Name()));
         if (record != recordsByName_.end()) cached->second = record->second;
     }
-    return cached->second;
-}
-
-const CQnPSProperty* PropertyDocumentWriter::OldCell(const CQnPSRow& oldRow, const MergeColumn& column) const {
-    if (column.oldCellIndex < 0) return nullptr;
-    const size_t index = static_cast<size_t>(column.oldCellIndex);
-    if (index < oldRow.ItemCount()) {
-        const CQnPSProperty* cell = oldRow.PropertyAt(index);
-        if (cell && cell->Definition() == oldColumns_[index]) return cell;
-    }
-    return oldRow.FindProperty(column.record->name.c_str());
+    return cached->second < 0 ? nullptr : &mergeColumns_[static_cast<size_t>(cached->second)];
 }
 
 void PropertyDocumentWriter::CarryOver(const CQnPSRow& row, long rowIndex) {
-    const CQnPSRow* oldRow = nullptr;
+    IXMLDOMElement* oldRow = nullptr;
     bool searched = false;
-    for (const MergeColumn& column : mergeColumns_) {
-        CColomnEl& record = *column.record;
+    for (CColomnEl& record : mergeColumns_) {
         if (record.position != rowIndex && record.column) {
+            // The old row is looked for once a row, and only when a column needs it.
             if (!searched) {
-                const auto found = com::IsEmptyBstr(row.RowID()) ? oldRowsById_.end()
-                                                                 : oldRowsById_.find(com::FoldedName(row.RowID()));
-                oldRow = found == oldRowsById_.end() ? nullptr : found->second;
+                oldRow = old_->FindRow(row.RowID());
                 searched = true;
             }
-            const CQnPSProperty* oldCell = oldRow ? OldCell(*oldRow, column) : nullptr;
-            if (oldCell && oldCell->Definition()) CarryValue(*oldCell, *record.column);
+            if (oldRow && record.oldSlot >= 0) CarryValue(oldRow, record);
         }
         record.position = -1;
     }
 }
 
-void PropertyDocumentWriter::CarryValue(const CQnPSProperty& oldCell, const CQnPSColumnDef& gate) {
+void PropertyDocumentWriter::CarryValue(IXMLDOMElement* oldRow, const CColomnEl& record) {
     try {
-        WriteValue(oldCell.Value(), &gate, *oldCell.Definition());
+        const com::UniqueVariant value = old_->Value(oldRow, record.oldSlot);
+        WriteValue(value.get(), record.column, old_->Column(record.oldSlot));
     } catch (const com::ComError& error) {
         // An old value that its own column's encoding no longer takes (a date beyond the range of
         // automation dates) is left behind; the rest of the write goes on.
@@ -290,7 +243,7 @@ void PropertyDocumentWriter::WriteValue(const VARIANT& value, const CQnPSColumnD
     if (value.vt == VT_EMPTY || value.vt == VT_NULL) return;
     if (!gate || com::IsEmptyBstr(gate->Name())) return;
     const com::UniqueBstr text = EncodeValue(value, encoding.PropType());
-    writer_.AddAttribute(encoding.Name(), BorrowedText(text.get()));
+    writer_.AddAttribute(encoding.Name(), com::BorrowedText(text.get()));
 }
 
-}  // namespace xml
+}  // namespace format

@@ -5,7 +5,7 @@
 #include "model/Interfaces.h"
 
 // How cell values are written as attribute text, and read back, by the type of their column.
-namespace xml {
+namespace format {
 
 // String: the value as text; Int: as a 32-bit integer; Date and Double: the 16 hexadecimal digits
 // of the double; Bool: "1" or "0" from the value's 16-bit boolean field, unconverted; any other
@@ -17,4 +17,4 @@ com::UniqueBstr EncodeValue(const VARIANT& value, qnpsPropertyType type);
 // The text is taken over: a String value keeps it as it is.
 com::UniqueVariant DecodeValue(com::UniqueBstr text, qnpsPropertyType type);
 
-}  // namespace xml
+}  // namespace format

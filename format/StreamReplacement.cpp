@@ -1,11 +1,11 @@
-#include "xml/StreamReplacement.h"
+#include "format/StreamReplacement.h"
 
 #include <climits>
 #include <cwchar>
 
 #include "com/ComError.h"
 
-namespace xml {
+namespace format {
 namespace {
 
 constexpr wchar_t kSeek[] = L"Seek";
@@ -136,4 +136,4 @@ std::wstring StreamReplacement::Describe() const {
     }
 }
 
-}  // namespace xml
+}  // namespace format

@@ -1,8 +1,8 @@
-#include "xml/PropertyStorageFormat.h"
+#include "format/PropertyStorageFormat.h"
 
 #include <cwchar>
 
-namespace xml::format {
+namespace format {
 
 long VersionNumber(const wchar_t* text) noexcept {
     if (!text) return 0;
@@ -17,4 +17,4 @@ bool IsReadableVersion(const wchar_t* text) noexcept {
     return number >= 1 && number <= VersionNumber(kCurrentVersion);
 }
 
-}  // namespace xml::format
+}  // namespace format

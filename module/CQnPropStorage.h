@@ -2,11 +2,11 @@
 
 #include "model/CPSObjectBase.h"
 
-namespace model {
+namespace module {
 
 // The library's entry object, the one class clients create: it makes empty model objects and
 // reads and writes property tables in streams. It keeps no state between calls.
-class CQnPropStorage final : public CPSObjectBase<IQnPropertyStorage> {
+class CQnPropStorage final : public model::CPSObjectBase<IQnPropertyStorage> {
 public:
     CQnPropStorage() noexcept { SetObjectType(qnpsObjType_QnPropertyStorage); }
 
@@ -15,4 +15,4 @@ public:
     STDMETHODIMP WriteProperties(IUnknown* pStream, IQnPSTable* pTable, long iFlags) override;
 };
 
-}  // namespace model
+}  // namespace module

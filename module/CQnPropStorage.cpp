@@ -1,14 +1,14 @@
-#include "model/CQnPropStorage.h"
+#include "module/CQnPropStorage.h"
 
-#include "com/UniqueVariant.h"
+#include "format/TableDocument.h"
 #include "model/CQnPSObjCollection.h"
 #include "model/CQnPSTable.h"
 #include "model/ObjectTypes.h"
-#include "xml/CXmlReaderBase.h"
-#include "xml/PropertyDocumentReader.h"
-#include "xml/PropertyDocumentWriter.h"
 
-namespace model {
+namespace module {
+
+using model::CQnPSTable;
+using model::OwnObject;
 namespace {
 
 template <class T>
@@ -26,13 +26,13 @@ STDMETHODIMP CQnPropStorage::CreateQnPSObject(qnpsObjectType eType, IQnPSObject*
         switch (static_cast<unsigned long>(eType)) {
             case qnpsObjType_QnPSObject:
             case qnpsObjType_QnPropertyStorage: return static_cast<HRESULT>(QNPS_E_UNKNOWNOBJECTTYPE);
-            case qnpsObjType_QnPSCollection: return CreateAs<CQnPSObjCollection>(ppObject);
-            case qnpsObjType_QnPSProperty: return CreateAs<CQnPSProperty>(ppObject);
-            case qnpsObjType_ColumnDef: return CreateAs<CQnPSColumnDef>(ppObject);
-            case qnpsObjType_Table: return CreateAs<CQnPSTable>(ppObject);
-            case qnpsObjType_ColumnDefCollection: return CreateAs<CQnPSColumnDefCollection>(ppObject);
-            case qnpsObjType_Row: return CreateAs<CQnPSRow>(ppObject);
-            case qnpsObjType_RowCollection: return CreateAs<CQnPSRowCollection>(ppObject);
+            case qnpsObjType_QnPSCollection: return CreateAs<model::CQnPSObjCollection>(ppObject);
+            case qnpsObjType_QnPSProperty: return CreateAs<model::CQnPSProperty>(ppObject);
+            case qnpsObjType_ColumnDef: return CreateAs<model::CQnPSColumnDef>(ppObject);
+            case qnpsObjType_Table: return CreateAs<model::CQnPSTable>(ppObject);
+            case qnpsObjType_ColumnDefCollection: return CreateAs<model::CQnPSColumnDefCollection>(ppObject);
+            case qnpsObjType_Row: return CreateAs<model::CQnPSRow>(ppObject);
+            case qnpsObjType_RowCollection: return CreateAs<model::CQnPSRowCollection>(ppObject);
             // Any other type is no error: the caller just gets no object.
             default: return S_OK;
         }
@@ -48,14 +48,8 @@ STDMETHODIMP CQnPropStorage::ReadProperties(IUnknown* pStream, IQnPSTable** ppTa
         if (FAILED(stream->Stat(&status, STATFLAG_NONAME)) || status.cbSize.QuadPart == 0) {
             return static_cast<HRESULT>(QNPS_E_WRONGXMLFILE);
         }
-        // Read from where the stream stands, as the parser loads it.
-        com::UniqueVariant source;
-        source.get().vt = VT_UNKNOWN;
-        stream.copy_to(reinterpret_cast<IStream**>(&source.get().punkVal));
-        xml::CXmlReaderBase reader;
-        if (!reader.OpenDocument(&source.get())) return static_cast<HRESULT>(QNPS_E_WRONGXMLFILE);
         com::ComPtr<CQnPSTable> table;
-        const HRESULT hr = xml::PropertyDocumentReader(reader).Read(table);
+        const HRESULT hr = format::ReadTable(stream.get(), table);
         if (!table) return hr;
         return table->QueryInterface(IID_IQnPSTable, reinterpret_cast<void**>(ppTable));
     });
@@ -73,11 +67,9 @@ STDMETHODIMP CQnPropStorage::WriteProperties(IUnknown* pStream, IQnPSTable* pTab
         if ((status.grfMode & (STGM_WRITE | STGM_READWRITE)) == 0) {
             return static_cast<HRESULT>(QNPS_E_STREAMISREADONLY);
         }
-        const HRESULT written = xml::PropertyDocumentWriter(*table, iFlags).Write(stream.get(), status.cbSize.QuadPart);
-        if (written != S_OK) return written;
-        stream->Commit(STGC_OVERWRITE);
-        return stat;
+        const HRESULT written = format::WriteTable(stream.get(), *table, iFlags, status.cbSize.QuadPart);
+        return written == S_OK ? stat : written;
     });
 }
 
-}  // namespace model
+}  // namespace module

@@ -5,7 +5,7 @@
 
 #include "com/Platform.h"
 
-namespace xml {
+namespace format {
 
 // The whole content of a stream, read from its start; `size` is what the stream's status reports.
 // A read that fails or ends early throws the stream's failure (E_FAIL for a short read), and the
@@ -49,4 +49,4 @@ private:
     Outcome outcome_ = Outcome::kUntouched;
 };
 
-}  // namespace xml
+}  // namespace format
