@@ -140,22 +140,25 @@ int Commands::Import() {
     const auto built = table.Build(server.get());
     auto file = CompoundFile::OpenForWriting(path);
     try {
-        HRESULT hr;
-        {
-            const auto stream = file.OpenOrCreateStream(streamPath);
-            hr = server->WriteProperties(stream.get(), built.get(), flags);
+        const auto stream = file.OpenOrCreateStream(streamPath);
+        // The library writes over a foreign document by keeping its root, which leaves a stream
+        // that no longer reads: only an empty stream or a property document is written to.
+        std::wstring existing;
+        STATSTG stat{};
+        com::ThrowIfFailed(stream.get()->Stat(&stat, STATFLAG_NONAME));
+        if (stat.cbSize.QuadPart > 0) {
+            com::ComPtr<IQnPSTable> old;
+            const HRESULT read = server->ReadProperties(stream.get(), old.put());
+            if (FAILED(read)) throw ToolError::Failed(Context(path, streamPath), read);
+            existing = PropertyTable::Read(old.get()).application;
+            // The merge reads the old document again from the stream's position.
+            com::ThrowIfFailed(stream.get()->Seek(LARGE_INTEGER{}, STREAM_SEEK_SET, nullptr));
         }
-        if (hr == static_cast<HRESULT>(QNPS_E_WRONGAPPLICATION)) {
-            com::ComPtr<IQnPSTable> existing;
-            const auto stream = file.OpenStream(streamPath);
-            if (SUCCEEDED(server->ReadProperties(stream.get(), existing.put()))) {
-                const auto application = PropertyTable::Read(existing.get()).application;
-                throw ToolError(Context(path, streamPath) + ": the stream's document belongs to \"" +
-                                    ToUtf8(application) + "\", not \"" + ToUtf8(table.application) +
-                                    "\" (--overwrite replaces it)",
-                                hr);
-            }
-        }
+        const HRESULT hr = server->WriteProperties(stream.get(), built.get(), flags);
+        if (hr == static_cast<HRESULT>(QNPS_E_WRONGAPPLICATION))
+            throw ToolError(Context(path, streamPath) + ": the stream's document belongs to \"" + ToUtf8(existing) +
+                                "\", not \"" + ToUtf8(table.application) + "\" (--overwrite writes it all the same)",
+                            hr);
         if (FAILED(hr)) throw ToolError::Failed(Context(path, streamPath), hr);
         file.Commit();
     } catch (...) {
