@@ -126,6 +126,7 @@ done <<CASES
 1|^qnps: foreign.qnps: $P: not a property document \(0x80048003\)$|check foreign.qnps $P
 1|not a property document \(0x80048003\)$|import foreign.qnps $P change.json --overwrite
 1|belongs to "Drafting", not "Other" .*\(0x80048005\)$|import new.qnps $P change.json --application Other
+1|^qnps: new.qnps: Drawings: a storage, not a stream \(0x80030050\)$|import new.qnps Drawings change.json
 1|^qnps: readonly.qnps: the file is read-only \(0x80030005\)$|import readonly.qnps $P change.json
 1|^qnps: bad.json: bad JSON: parse error at line 1, column 15|import made.qnps P bad.json
 1|^qnps: badtype.json: columns\[0\]: "type" must be one of string, int, double, date, bool$|import made.qnps P badtype.json

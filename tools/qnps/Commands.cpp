@@ -15,6 +15,10 @@
 namespace qnps {
 namespace {
 
+std::string Count(size_t count, const char* noun) {
+    return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
+}
+
 std::string Context(const std::wstring& file, const std::wstring& stream) { return ToUtf8(file) + ": " + ToUtf8(stream); }
 
 std::string FileBytes(const std::wstring& path) {
@@ -117,8 +121,8 @@ int Commands::Check() {
     Parse(2, {});
     const auto table = ReadTable(Server().get(), operands_[0], operands_[1]);
     Console::Out(Context(operands_[0], operands_[1]) + ": a property table of \"" + ToUtf8(table.application) +
-                 "\" with " + std::to_string(table.columns.size()) + " columns and " +
-                 std::to_string(table.rows.size()) + " rows\n");
+                 "\" with " + Count(table.columns.size(), "column") + " and " +
+                 Count(table.rows.size(), "row") + "\n");
     return 0;
 }
 
@@ -165,8 +169,8 @@ int Commands::Import() {
         file.RemoveCreated();
         throw;
     }
-    Console::Out(Context(path, streamPath) + ": wrote " + std::to_string(table.columns.size()) + " columns and " +
-                 std::to_string(table.rows.size()) + " rows\n");
+    Console::Out(Context(path, streamPath) + ": wrote " + Count(table.columns.size(), "column") + " and " +
+                 Count(table.rows.size(), "row") + "\n");
     return 0;
 }
 

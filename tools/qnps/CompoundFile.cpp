@@ -107,6 +107,8 @@ CompoundFile::Stream CompoundFile::OpenOrCreateStream(const std::wstring& stream
             hr = storage->CreateStorage(names[i].c_str(), kWriteElement | STGM_FAILIFTHERE, 0, 0, inner.put());
             if (SUCCEEDED(hr)) remember(i);
         }
+        if (hr == STG_E_FILEALREADYEXISTS)
+            throw ToolError(Describe(streamPath) + ": \"" + ToUtf8(names[i]) + "\" is a stream, not a storage", hr);
         if (FAILED(hr)) throw ToolError::Failed(Describe(streamPath) + ": storage \"" + ToUtf8(names[i]) + "\"", hr);
         storage = inner.get();
         opened.storages_.push_back(std::move(inner));
@@ -116,6 +118,7 @@ CompoundFile::Stream CompoundFile::OpenOrCreateStream(const std::wstring& stream
         hr = storage->CreateStream(names.back().c_str(), kWriteElement | STGM_FAILIFTHERE, 0, 0, opened.stream_.put());
         if (SUCCEEDED(hr)) remember(names.size() - 1);
     }
+    if (hr == STG_E_FILEALREADYEXISTS) throw ToolError(Describe(streamPath) + ": a storage, not a stream", hr);
     if (FAILED(hr)) throw ToolError::Failed(Describe(streamPath), hr);
     return opened;
 }
