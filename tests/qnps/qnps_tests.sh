@@ -134,6 +134,7 @@ done <<CASES
 1|^qnps: missing.json: |import made.qnps P missing.json
 2|^qnps: show takes 2 operands|show new.qnps
 2|^qnps: unknown option --bogus for export|export new.qnps $P --bogus
+0|^$|export readonly.qnps $P --csv
 0|^$|check new.qnps $P
 CASES
 expect "check's report" "new.qnps: $P: a property table of \"Drafting\" with 6 columns and 4 rows" "$out"
