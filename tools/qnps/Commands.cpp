@@ -10,6 +10,7 @@
 #include "TableText.h"
 #include "ToolError.h"
 #include "Utf8.h"
+#include "com/Bstr.h"
 #include "com/UniqueHandle.h"
 
 namespace qnps {
@@ -147,14 +148,16 @@ int Commands::Import() {
         const auto stream = file.OpenOrCreateStream(streamPath);
         // The library writes over a foreign document by keeping its root, which leaves a stream
         // that no longer reads: only an empty stream or a property document is written to.
-        std::wstring existing;
+        std::wstring existing;  // the application of the stream's document
         STATSTG stat{};
         com::ThrowIfFailed(stream.get()->Stat(&stat, STATFLAG_NONAME));
         if (stat.cbSize.QuadPart > 0) {
             com::ComPtr<IQnPSTable> old;
             const HRESULT read = server->ReadProperties(stream.get(), old.put());
             if (FAILED(read)) throw ToolError::Failed(Context(path, streamPath), read);
-            existing = PropertyTable::Read(old.get()).application;
+            com::UniqueBstr application;
+            com::ThrowIfFailed(old->get_Application(application.put()));
+            existing.assign(application.get() ? application.get() : L"", com::BstrLength(application.get()));
             // The merge reads the old document again from the stream's position.
             com::ThrowIfFailed(stream.get()->Seek(LARGE_INTEGER{}, STREAM_SEEK_SET, nullptr));
         }
