@@ -40,6 +40,21 @@ std::string ShortestText(double value) {
     return std::string(buffer, result.ptr);
 }
 
+// a * b == product + error exactly (Dekker), without relying on a fused multiply-add.
+double ExactProduct(double a, double b, double& error) {
+    auto split = [](double x, double& high, double& low) {
+        const double c = 134217729.0 * x;  // 2^27 + 1
+        high = c - (c - x);
+        low = x - high;
+    };
+    double aHigh, aLow, bHigh, bLow;
+    split(a, aHigh, aLow);
+    split(b, bHigh, bLow);
+    const double product = a * b;
+    error = ((aHigh * bHigh - product) + aHigh * bLow + aLow * bHigh) + aLow * bLow;
+    return product;
+}
+
 bool SameDouble(double a, double b) { return std::memcmp(&a, &b, sizeof a) == 0; }
 
 // Reads exactly `count` digits.
@@ -134,12 +149,21 @@ std::optional<double> OleDate::ParseIso(std::string_view text) {
         if (hour > 23 || minute > 59 || second > 59) return std::nullopt;
     }
     const long long whole = DaysFromCivil(year, month, day) - kOleEpochFromUnix;
-    // One correctly rounded conversion of the seconds, one division, one addition: close enough
-    // for the writer to find the digits that give each value back.
-    const std::string seconds = std::to_string(hour * 3600 + minute * 60 + second) + std::string(fraction);
-    double secondsValue = 0;
-    std::from_chars(seconds.data(), seconds.data() + seconds.size(), secondsValue);
-    const double part = secondsValue / kSecondsPerDay;
+    // The seconds as a sum of two doubles (the whole seconds exact, the fraction correctly rounded)
+    // and the quotient corrected by its exact remainder: within a small part of the last place,
+    // so that the writer finds digits that give each value back.
+    const double wholeSeconds = hour * 3600.0 + minute * 60.0 + second;
+    double fractionValue = 0;
+    if (!fraction.empty()) {
+        const std::string decimal = "0" + std::string(fraction);
+        std::from_chars(decimal.data(), decimal.data() + decimal.size(), fractionValue);
+    }
+    const double sum = wholeSeconds + fractionValue;
+    const double sumError = fractionValue - (sum - wholeSeconds);
+    double part = sum / kSecondsPerDay;
+    double productError;
+    const double product = ExactProduct(part, kSecondsPerDay, productError);
+    part += ((sum - product) - productError + sumError) / kSecondsPerDay;
     return whole < 0 ? static_cast<double>(whole) - part : static_cast<double>(whole) + part;
 }
 

@@ -13,7 +13,8 @@ class OleDate {
 public:
     // ISO 8601 local date and time with as many fractional seconds as the value needs. A value that
     // no such text gives back (a time less than a day before 30 December 1899, which reads the same
-    // as that time on the day itself; a year outside 1 to 9999; a fraction too fine to parse back)
+    // as that time on the day itself; a year outside 1 to 9999; a rare time within the first second
+    // of 30 December 1899)
     // is written as the day count's shortest decimal text, which Parse takes as well.
     static std::string ToText(double days);
     // ISO 8601 date, optionally with "T" and hh:mm[:ss[.fraction]]; or a decimal day count.
