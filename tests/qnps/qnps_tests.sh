@@ -40,7 +40,7 @@ json=$here/table.json
 
 # Import into a new file at a nested path, then the same table back in every form.
 run import new.qnps Drawings/Sheet1/Props "$json"
-expect "import" "0|new.qnps: Drawings/Sheet1/Props: wrote 6 columns and 4 rows" "$rc|$out"
+expect "import" "0|new.qnps: Drawings/Sheet1/Props: wrote 6 columns and 5 rows" "$rc|$out"
 [[ "$err" == *'"Scale" is a double column'*'reads back as 0'* ]] || fail "import warns of the double column: $err"
 run import new.qnps Drawings/Other "$json"
 # From here on new.qnps is only read.
@@ -56,7 +56,8 @@ run export new.qnps Drawings/Sheet1/Props --csv
 expect "csv" "$(printf '%s\r\n' 'RowID,Title,Sheets,Issued,Scale,Final,Stage' \
     'R1,Ground floor «ü» 日本,3,2024-03-05T14:30:00.25,0,true,' \
     'R2,"Roof, ""east""",-2147483648,1899-12-29T06:00:00,,false,' \
-    'R3,,,-0.5,0,,' 'R4,,,2023-11-24T06:15:42.123456,,,')" "$out"
+    'R3,,,-0.5,0,,' 'R4,,,2023-11-24T06:15:42.123456,,,' \
+    'R5,,,1899-12-30T22:35:45.96849431216,,,')" "$out"
 
 run show new.qnps Drawings/Sheet1/Props
 expect "show" 'Application: Drafting
@@ -69,11 +70,12 @@ Scale   Scale          double  any           no      2
 Final   Final          bool    any           no      -1
 Stage   Stage          string  toDocument    no      -1
 
-RowID  Title                Sheets       Issued                      Scale  Final  Stage
-R1     Ground floor «ü» 日本  3            2024-03-05T14:30:00.25      0      true
-R2     Roof, "east"         -2147483648  1899-12-29T06:00:00                false
-R3                                       -0.5                        0
-R4                                       2023-11-24T06:15:42.123456' "$out"
+RowID  Title                Sheets       Issued                           Scale  Final  Stage
+R1     Ground floor «ü» 日本  3            2024-03-05T14:30:00.25           0      true
+R2     Roof, "east"         -2147483648  1899-12-29T06:00:00                     false
+R3                                       -0.5                             0
+R4                                       2023-11-24T06:15:42.123456
+R5                                       1899-12-30T22:35:45.96849431216' "$out"
 
 run streams new.qnps
 expect "streams" 'storage  Drawings
@@ -137,7 +139,7 @@ done <<CASES
 0|^$|export readonly.qnps $P --csv
 0|^$|check new.qnps $P
 CASES
-expect "check's report" "new.qnps: $P: a property table of \"Drafting\" with 6 columns and 4 rows" "$out"
+expect "check's report" "new.qnps: $P: a property table of \"Drafting\" with 6 columns and 5 rows" "$out"
 expect "files after the faults" "$checksums" "$(sha256sum ./*.qnps)"
 [ -e made.qnps ] && fail "a failed import left made.qnps behind"
 expect "show, export, check and streams leave the file's bytes" "$before" "$(sha256sum new.qnps)"
