@@ -29,7 +29,7 @@ StorageServer::StorageServer() {
 #ifdef QNPS_BUILD_DLL
     if (LoadUnregistered(QNPS_BUILD_DLL)) return;
 #endif
-    throw ToolError::Failed("QnPropStorage.dll is neither registered nor beside qnps.exe", registered);
+    throw ToolError("QnPropStorage.dll is neither registered nor found beside qnps.exe", registered);
 }
 
 bool StorageServer::LoadUnregistered(const std::wstring& path) {

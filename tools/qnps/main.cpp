@@ -38,6 +38,7 @@ std::string WithCode(const std::string& message, HRESULT code) {
 int Run() {
     int count = 0;
     wchar_t** raw = ::CommandLineToArgvW(::GetCommandLineW(), &count);
+    if (!raw) throw qnps::ToolError::Failed("the command line", HRESULT_FROM_WIN32(::GetLastError()));
     std::vector<std::wstring> arguments(raw + (count > 0 ? 1 : 0), raw + count);
     ::LocalFree(raw);
     ComApartment apartment;
