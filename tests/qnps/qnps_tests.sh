@@ -114,6 +114,7 @@ echo '{"columns": [{"name": "A", "type": "float"}]}' >badtype.json
 echo '{"columns": [{"name": "A", "type": "int"}], "rows": [{"id": "R1", "values": {"A": "7"}}]}' >badvalue.json
 checksums=$(sha256sum ./*.qnps)
 P=Drawings/Sheet1/Props
+long=NameLongerThanTheThirtyOneCharactersAllowed
 while IFS='|' read -r code message args; do
     # shellcheck disable=SC2086
     run $args
@@ -129,6 +130,8 @@ done <<CASES
 1|not a property document \(0x80048003\)$|import foreign.qnps $P change.json --overwrite
 1|belongs to "Drafting", not "Other" .*\(0x80048005\)$|import new.qnps $P change.json --application Other
 1|^qnps: new.qnps: Drawings: a storage, not a stream \(0x80030050\)$|import new.qnps Drawings change.json
+1|^qnps: made.qnps: $long: not a valid storage or stream name \(0x800300FC\)$|import made.qnps $long change.json
+1|^qnps: new.qnps: Drawings/New/$long: not a valid storage or stream name|import new.qnps Drawings/New/$long change.json
 1|^qnps: readonly.qnps: the file is read-only \(0x80030005\)$|import readonly.qnps $P change.json
 1|^qnps: bad.json: bad JSON: parse error at line 1, column 15|import made.qnps P bad.json
 1|^qnps: badtype.json: columns\[0\]: "type" must be one of string, int, double, date, bool$|import made.qnps P badtype.json
@@ -141,6 +144,7 @@ done <<CASES
 CASES
 expect "check's report" "new.qnps: $P: a property table of \"Drafting\" with 6 columns and 5 rows" "$out"
 expect "files after the faults" "$checksums" "$(sha256sum ./*.qnps)"
+# A failed import takes back the file, or the storage, it made.
 [ -e made.qnps ] && fail "a failed import left made.qnps behind"
 expect "show, export, check and streams leave the file's bytes" "$before" "$(sha256sum new.qnps)"
 finish
