@@ -43,7 +43,7 @@ run import new.qnps Drawings/Sheet1/Props "$json"
 expect "import" "0|new.qnps: Drawings/Sheet1/Props: wrote 6 columns and 5 rows" "$rc|$out"
 [[ "$err" == *'"Scale" is a double column'*'reads back as 0'* ]] || fail "import warns of the double column: $err"
 run import new.qnps Drawings/Other "$json"
-# From here on new.qnps is only read.
+# From here on new.qnps is only read, or written to by imports that must fail.
 before=$(sha256sum new.qnps)
 # A Double column's values are written as decimal text under "DOUBLE", which reads back as 0.
 expected_json=$(sed 's/"Scale": "[^"]*"/"Scale": "0"/' "$json")
