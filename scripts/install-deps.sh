@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Installs the cross toolchain, Wine, the GoogleTest sources and xmllint when they are missing.
+# Installs the cross toolchain, Wine, the GoogleTest sources, xmllint and the JSON library
+# (header-only, for qnps) when they are missing.
 # Safe to rerun: it does nothing when everything is present.
 set -euo pipefail
 
@@ -11,6 +12,7 @@ command -v cmake >/dev/null 2>&1 || need+=(cmake)
 command -v make >/dev/null 2>&1 || need+=(make)
 [ -f /usr/src/googletest/CMakeLists.txt ] || need+=(googletest)
 command -v xmllint >/dev/null 2>&1 || need+=(libxml2-utils)
+[ -f /usr/include/nlohmann/json.hpp ] || need+=(nlohmann-json3-dev)
 
 if [ ${#need[@]} -eq 0 ]; then
     exit 0

@@ -1,0 +1,39 @@
+#include "ToolError.h"
+
+#include "QnPropStorage.h"
+#include "Utf8.h"
+
+namespace qnps {
+
+std::string ToolError::Describe(HRESULT code) {
+    switch (static_cast<unsigned long>(code)) {
+    case QNPS_E_UNKNOWNOBJECTTYPE: return "the library does not make objects of that type";
+    case QNPS_E_WRITEXMLERROR:
+        return "the document could not be written (the stream holds something that is not XML)";
+    case QNPS_E_WRONGXMLFILE: return "not a property document";
+    case QNPS_E_EMPTYCOLLECTION: return "the property document lacks its ColumnDefs or Properties";
+    case QNPS_E_WRONGAPPLICATION: return "the stream's document belongs to another application";
+    case QNPS_E_STREAMISREADONLY: return "the stream is read-only";
+    }
+    switch (code) {
+    case STG_E_FILENOTFOUND: return "not found";
+    case STG_E_PATHNOTFOUND: return "path not found";
+    case STG_E_ACCESSDENIED: return "access denied (a read-only file?)";
+    case STG_E_FILEALREADYEXISTS: return "not a compound file";
+    case STG_E_SHAREVIOLATION:
+    case STG_E_LOCKVIOLATION: return "in use by another program";
+    case STG_E_INVALIDNAME: return "not a valid storage or stream name";
+    case REGDB_E_CLASSNOTREG: return "QnPropStorage is not registered";
+    }
+    wchar_t* text = nullptr;
+    const DWORD length = ::FormatMessageW(
+        FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr,
+        static_cast<DWORD>(code), 0, reinterpret_cast<wchar_t*>(&text), 0, nullptr);
+    std::wstring words(text ? text : L"", length);
+    if (text) ::LocalFree(text);
+    while (!words.empty() && (words.back() == L'\n' || words.back() == L'\r' || words.back() == L'.'))
+        words.pop_back();
+    return words.empty() ? "failed" : ToUtf8(words);
+}
+
+}  // namespace qnps
