@@ -2,7 +2,7 @@
 # Release checks under Wine, in a prefix where nothing else is registered:
 #   regfree CLIENT DLL ASSEMBLY-MANIFEST APPLICATION-MANIFEST
 #   msi     MSI DLL CLIENT SCRIPT-CLIENT "INSTALLED-FILE..."
-#   package ZIP CLIENT [PACKAGE-CLIENT PASS-PATTERN]
+#   package ZIP CLIENT "OPTIONAL-FILE..." [PACKAGE-CLIENT PASS-PATTERN]
 # WINEPREFIX and the library's identities (QNPS_CLSID, QNPS_APPID, QNPS_LIBID, QNPS_INTERFACES, a
 # file of "NAME IID" lines) come from the environment.
 set -uo pipefail
@@ -93,14 +93,14 @@ QnPropStorage.CQnPropStorage: Type 5, Application Installed" \
     [ ! -e "$dir" ] || fail "left behind: $(ls -A "$dir")"
     ;;
 package)
-    zip=$1 client=$2 package_client=${3:-} pass=${4:-}
+    zip=$1 client=$2 optional_files=$3 package_client=${4:-} pass=${5:-}
     root=$drive_c/QnPropStorage
     rm -rf "$root" && mkdir -p "$root"
     (cd "$root" && cmake -E tar xf "$zip") || fail "cannot unpack $zip"
     for file in x64/QnPropStorage.dll x64/QnPropStorage.tlb x64/QnPropStorage.sxs.manifest \
                 x86/QnPropStorage.dll x86/QnPropStorage.tlb x86/QnPropStorage.sxs.manifest \
                 include/QnPropStorage.h include/QnPropStorage_i.c include/QnPropStorage.idl \
-                samples/client.exe.manifest docs/deployment.md README.md; do
+                samples/client.exe.manifest docs/deployment.md README.md $optional_files; do
         [ -f "$root/$file" ] || fail "not in the package: $file"
     done
     ls "$root"/QnPropStorage-*-x64.msi >/dev/null 2>&1 || fail "no installer in the package"
