@@ -2,9 +2,10 @@
 # Release checks under Wine, in a prefix where nothing else is registered:
 #   regfree CLIENT DLL ASSEMBLY-MANIFEST APPLICATION-MANIFEST
 #   msi     MSI DLL CLIENT SCRIPT-CLIENT "INSTALLED-FILE..."
-#   package ZIP CLIENT "OPTIONAL-FILE..." [PACKAGE-CLIENT PASS-PATTERN]
+#   package ZIP CLIENT [FILE...]          (FILE: further files the package must hold)
 # WINEPREFIX and the library's identities (QNPS_CLSID, QNPS_APPID, QNPS_LIBID, QNPS_INTERFACES, a
-# file of "NAME IID" lines) come from the environment.
+# file of "NAME IID" lines) come from the environment; so may QNPS_PACKAGE_CLIENT, a client inside
+# the package to run instead of CLIENT, and QNPS_PACKAGE_CLIENT_PASS, a pattern its output shows.
 set -uo pipefail
 action=$1
 shift
@@ -93,14 +94,16 @@ QnPropStorage.CQnPropStorage: Type 5, Application Installed" \
     [ ! -e "$dir" ] || fail "left behind: $(ls -A "$dir")"
     ;;
 package)
-    zip=$1 client=$2 optional_files=$3 package_client=${4:-} pass=${5:-}
+    zip=$1 client=$2
+    shift 2
+    package_client=${QNPS_PACKAGE_CLIENT:-} pass=${QNPS_PACKAGE_CLIENT_PASS:-}
     root=$drive_c/QnPropStorage
     rm -rf "$root" && mkdir -p "$root"
     (cd "$root" && cmake -E tar xf "$zip") || fail "cannot unpack $zip"
     for file in x64/QnPropStorage.dll x64/QnPropStorage.tlb x64/QnPropStorage.sxs.manifest \
                 x86/QnPropStorage.dll x86/QnPropStorage.tlb x86/QnPropStorage.sxs.manifest \
                 include/QnPropStorage.h include/QnPropStorage_i.c include/QnPropStorage.idl \
-                samples/client.exe.manifest docs/deployment.md README.md $optional_files; do
+                samples/client.exe.manifest docs/deployment.md README.md "$@"; do
         [ -f "$root/$file" ] || fail "not in the package: $file"
     done
     ls "$root"/QnPropStorage-*-x64.msi >/dev/null 2>&1 || fail "no installer in the package"
