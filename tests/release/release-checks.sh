@@ -108,6 +108,9 @@ package)
     done
     ls "$root"/QnPropStorage-*-x64.msi >/dev/null 2>&1 || fail "no installer in the package"
     wine regsvr32 /s 'C:\QnPropStorage\x64\QnPropStorage.dll' || fail "regsvr32 exit code $?"
+    server=$(wine reg query "HKCR\\CLSID\\{$QNPS_CLSID}\\InprocServer32" /ve 2>/dev/null | tr -d '\r')
+    [[ "$server" == *'REG_SZ    C:\QnPropStorage\x64\QnPropStorage.dll'* ]] ||
+        fail "the class is not served from the package: $server"
     if [ -n "$package_client" ]; then
         output=$(run "C:\\QnPropStorage\\${package_client//\//\\}") || fail "$package_client exit code $?"
         grep -Eq -- "$pass" <<<"$output" || fail "$package_client printed:
