@@ -242,6 +242,12 @@ int main(int argc, char** argv) {
 
     Rewind(stream.get());
     start = Clock::now();
+    Check(storage->WriteProperties(stream.get(), table.get(), qnpsOverwrite), "overwrite");
+    std::printf("overwrite same table:   %7.2f s (%.2f x the write into empty)\n", Seconds(start),
+                Seconds(start) / emptyWrite);
+
+    Rewind(stream.get());
+    start = Clock::now();
     ComPtr<IQnPSTable> read;
     Check(storage->ReadProperties(stream.get(), read.put()), "read");
     std::printf("read back:              %7.2f s\n", Seconds(start));

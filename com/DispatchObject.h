@@ -108,7 +108,7 @@ protected:
         try {
             return body();
         } catch (const ComError& error) {
-            return Fail(error.Code());
+            return Fail(error.Code(), error.Description());
         } catch (const std::bad_alloc&) {
             return Fail(E_OUTOFMEMORY);
         } catch (...) {
@@ -119,8 +119,8 @@ protected:
 private:
     static ITypeInfo* OwnTypeInfo() { return TypeInfoCache::Get(__uuidof(Interface)); }
 
-    HRESULT Fail(HRESULT code) noexcept {
-        RecordError(errorInfo_, code, __uuidof(Interface));
+    HRESULT Fail(HRESULT code, const wchar_t* description = nullptr) noexcept {
+        RecordError(errorInfo_, code, __uuidof(Interface), description);
         return code;
     }
 

@@ -31,14 +31,15 @@ BSTR DescribeCode(HRESULT code) noexcept {
 
 }  // namespace
 
-void RecordError(std::unique_ptr<TVL::CTvErrorInfo>& record, HRESULT code, const IID& iid) noexcept {
+void RecordError(std::unique_ptr<TVL::CTvErrorInfo>& record, HRESULT code, const IID& iid,
+                 const wchar_t* description) noexcept {
     if (!record) {
         record.reset(new (std::nothrow) TVL::CTvErrorInfo);
         if (!record) return;
     }
     record->code = code;
     record->source.reset(::SysAllocString(kSource));
-    record->description.reset(DescribeCode(code));
+    record->description.reset(description ? ::SysAllocString(description) : DescribeCode(code));
     record->helpFile.reset();
 
     ComPtr<ICreateErrorInfo> creator;

@@ -10,7 +10,8 @@ namespace com {
 
 // Fills an object's error record for a failure (creating the record on first use) and makes it the
 // thread's error information, as ISupportErrorInfo promises. Never throws: reporting a failure must
-// not fail the caller a second time.
-void RecordError(std::unique_ptr<TVL::CTvErrorInfo>& record, HRESULT code, const IID& iid) noexcept;
+// not fail the caller a second time. Without a description the code's system message is used.
+void RecordError(std::unique_ptr<TVL::CTvErrorInfo>& record, HRESULT code, const IID& iid,
+                 const wchar_t* description = nullptr) noexcept;
 
 }  // namespace com

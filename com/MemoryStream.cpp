@@ -45,7 +45,8 @@ STDMETHODIMP MemoryStream::Write(const void* buffer, ULONG count, ULONG* written
             bytes_.resize(end);
         }
     } catch (const std::bad_alloc&) {
-        return STG_E_MEDIUMFULL;
+        failed_ = true;
+        return E_OUTOFMEMORY;
     }
     std::memcpy(bytes_.data() + position_, buffer, count);
     position_ += count;
@@ -72,7 +73,8 @@ STDMETHODIMP MemoryStream::SetSize(ULARGE_INTEGER size) {
     try {
         bytes_.resize(static_cast<size_t>(size.QuadPart));
     } catch (const std::bad_alloc&) {
-        return STG_E_MEDIUMFULL;
+        failed_ = true;
+        return E_OUTOFMEMORY;
     }
     return S_OK;
 }

@@ -15,6 +15,14 @@ public:
     static ComPtr<MemoryStream> Create();
 
     const std::vector<BYTE>& Bytes() const noexcept { return bytes_; }
+    // Whether a write or resize ran out of memory. Some writers, the platform's DOM among them,
+    // report success after a write into them failed.
+    bool Failed() const noexcept { return failed_; }
+    // Hands the content over and leaves the stream empty.
+    std::vector<BYTE> TakeBytes() noexcept {
+        position_ = 0;
+        return std::move(bytes_);
+    }
 
     STDMETHODIMP QueryInterface(REFIID riid, void** object) override;
     STDMETHODIMP_(ULONG) AddRef() override { return ++references_; }
@@ -39,6 +47,7 @@ private:
 
     std::vector<BYTE> bytes_;
     size_t position_ = 0;
+    bool failed_ = false;
     ULONG references_ = 0;
 };
 

@@ -16,6 +16,9 @@ ModuleState& OwnModuleState() noexcept;
 // The state the calling thread is in, or null outside every entry of the library.
 ModuleState* CurrentModuleState() noexcept;
 
+// Makes the calling thread able to throw when memory has run out; cheap after its first call.
+void PrepareThreadForExceptions() noexcept;
+
 // Enters the library's module state for one scope and restores the caller's state on every path.
 class ModuleStateGuard {
 public:

@@ -54,7 +54,8 @@ STDMETHODIMP CQnPSRowCollection::get_ColumnValues(BSTR ColumnName, VARIANT* pvAr
         ::VariantInit(pvArray);
         if (ItemCount() < 1) return S_OK;
         values::VariantArray result;
-        if (FAILED(result.Create(VT_VARIANT, static_cast<ULONG>(ItemCount())))) return S_OK;
+        // No array for want of memory is a failure, not a column without values.
+        com::ThrowIfFailed(result.Create(VT_VARIANT, static_cast<ULONG>(ItemCount())));
         {
             // Parallel to the collection: an item without the column leaves its element empty.
             com::SafeArrayData<VARIANT> elements(result.Array());
@@ -81,7 +82,7 @@ STDMETHODIMP CQnPSRowCollection::get_UniqueColumnValues(BSTR ColumnName, VARIANT
 void CQnPSRowCollection::UniqueValues(const wchar_t* columnName, VARIANT* result) const {
     if (ItemCount() < 1) return;
     values::VariantArray unique;
-    if (FAILED(unique.Create(VT_VARIANT, static_cast<ULONG>(ItemCount())))) return;
+    com::ThrowIfFailed(unique.Create(VT_VARIANT, static_cast<ULONG>(ItemCount())));
     size_t collected = 0;
     {
         com::SafeArrayData<VARIANT> elements(unique.Array());
@@ -97,7 +98,7 @@ void CQnPSRowCollection::UniqueValues(const wchar_t* columnName, VARIANT* result
         }
     }
     if (collected == 0) return;
-    if (collected < ItemCount()) unique.Redim(static_cast<ULONG>(collected));
+    if (collected < ItemCount()) com::ThrowIfFailed(unique.Redim(static_cast<ULONG>(collected)));
     unique.Detach(result);
 }
 

@@ -1,6 +1,7 @@
 #include "module/CQnPropStorageApp.h"
 
 #include "com/ModuleState.h"
+#include "module/RuntimeReadiness.h"
 
 namespace module {
 
@@ -20,6 +21,7 @@ bool CQnPropStorageApp::ModulePath(wchar_t* path, DWORD capacity) noexcept {
 extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID) {
     if (reason == DLL_PROCESS_ATTACH) {
         module::CQnPropStorageApp::InitInstance(instance);
+        module::PrepareRuntime();
         ::DisableThreadLibraryCalls(instance);
     }
     return TRUE;

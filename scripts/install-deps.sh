@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Installs the cross toolchains, Wine, the GoogleTest sources and the packaging tools when they are
-# missing.
+# Installs the cross toolchains, Wine, the GoogleTest sources, xmllint and the packaging tools when
+# they are missing.
 # Safe to rerun: it does nothing when everything is present.
 set -euo pipefail
 
@@ -14,6 +14,7 @@ command -v make >/dev/null 2>&1 || need+=(make)
 command -v wixl >/dev/null 2>&1 || need+=(wixl)
 command -v zip >/dev/null 2>&1 || need+=(zip)
 [ -f /usr/src/googletest/CMakeLists.txt ] || need+=(googletest)
+command -v xmllint >/dev/null 2>&1 || need+=(libxml2-utils)
 
 if [ ${#need[@]} -eq 0 ]; then
     exit 0

@@ -48,11 +48,11 @@ bool VariantArray::GetElement(LONG index, void* value) const {
     return array && SUCCEEDED(::SafeArrayGetElement(array, &index, value));
 }
 
-void VariantArray::Redim(ULONG count) {
-    if (SAFEARRAY* array = Array()) {
-        SAFEARRAYBOUND bound{count, 0};
-        ::SafeArrayRedim(array, &bound);
-    }
+HRESULT VariantArray::Redim(ULONG count) {
+    SAFEARRAY* array = Array();
+    if (!array) return E_UNEXPECTED;
+    SAFEARRAYBOUND bound{count, 0};
+    return ::SafeArrayRedim(array, &bound);
 }
 
 void VariantArray::Detach(VARIANT* target) noexcept { value_.release(target); }

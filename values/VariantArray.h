@@ -18,8 +18,8 @@ public:
     HRESULT CreateMulti(VARTYPE elementType, UINT dimensions, const ULONG* counts);
     bool PutElement(LONG index, void* value);
     bool GetElement(LONG index, void* value) const;
-    // Changes the element count, lower bound 0; a failure is not reported.
-    void Redim(ULONG count);
+    // Changes the element count, lower bound 0.
+    HRESULT Redim(ULONG count);
     // Moves the whole VARIANT into `target` and leaves the holder empty.
     void Detach(VARIANT* target) noexcept;
 

@@ -95,24 +95,17 @@ int CXmlWriterBase::AddAttribute(BSTR name, const wchar_t* value) {
     return AddAttribute(name, text.get());
 }
 
-int CXmlWriterBase::SaveToStream(IStream* stream) {
-    if (!open_ || !file_ || !stream || !document_) return 0;
+std::vector<BYTE> CXmlWriterBase::SaveToBytes() {
+    if (!open_ || !file_ || !document_) throw com::ComError(E_POINTER);
     auto buffer = com::MemoryStream::Create();
     com::UniqueVariant target;
     target.get().vt = VT_UNKNOWN;
     static_cast<IStream*>(buffer.get())->AddRef();
     target.get().punkVal = static_cast<IStream*>(buffer.get());
     const HRESULT saved = document_->save(target.get());
+    if (buffer->Failed()) com::ThrowOutOfMemory();
     if (FAILED(saved)) throw com::ComError(saved, __uuidof(IXMLDOMDocument));
-
-    const std::vector<BYTE>& bytes = buffer->Bytes();
-    const ULARGE_INTEGER empty{};
-    const LARGE_INTEGER start{};
-    com::ThrowIfFailed(stream->SetSize(empty));
-    com::ThrowIfFailed(stream->Seek(start, STREAM_SEEK_SET, nullptr));
-    ULONG written = 0;
-    com::ThrowIfFailed(stream->Write(bytes.data(), static_cast<ULONG>(bytes.size()), &written));
-    return 1;
+    return buffer->TakeBytes();
 }
 
 void CXmlWriterBase::Close() {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <vector>
 
 #include "com/UniqueVariant.h"
 #include "xml/CStackBase.h"
@@ -30,9 +31,9 @@ public:
     // Sets (or replaces) an attribute of the current element.
     int AddAttribute(BSTR name, const VARIANT& value);
     int AddAttribute(BSTR name, const wchar_t* value);
-    // Replaces the stream's content with the document. The document is serialised in memory first,
-    // so a failing save leaves the stream as it was; the failure is thrown.
-    int SaveToStream(IStream* stream);
+    // The document as the parser saves it: its declaration's encoding, no byte-order mark for UTF-8.
+    // A failing save is thrown.
+    std::vector<BYTE> SaveToBytes();
     // Leaves the open flag set, as well as the current element: the caller ends that itself.
     void Close();
 

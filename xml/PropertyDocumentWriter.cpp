@@ -1,11 +1,15 @@
 #include "xml/PropertyDocumentWriter.h"
 
 #include <cwchar>
+#include <memory>
+#include <new>
 
 #include "com/UniqueVariant.h"
 #include "xml/CXmlReaderBase.h"
 #include "xml/PropertyDocumentReader.h"
+#include "values/VariantArray.h"
 #include "xml/PropertyStorageFormat.h"
+#include "xml/StreamReplacement.h"
 #include "xml/ValueText.h"
 
 namespace xml {
@@ -56,8 +60,17 @@ PropertyDocumentWriter::PropertyDocumentWriter(model::CQnPSTable& table, long fl
       emptyText_(com::CopyText(L"")) {}
 
 HRESULT PropertyDocumentWriter::Write(IStream* stream, ULONGLONG streamSize) {
+    // The old bytes are read whatever the flags: they are what a failed write puts back.
+    std::vector<BYTE> oldBytes;
     try {
-        const HRESULT begun = streamSize == 0 ? BeginNewDocument() : BeginExistingDocument(stream);
+        oldBytes = ReadWholeStream(stream, streamSize);
+    } catch (const com::ComError& error) {
+        if (error.Code() == E_OUTOFMEMORY) throw;
+        ThrowWriteError(L"The stream's content could not be read", error.Code(), L"; it was not changed.");
+    }
+    std::vector<BYTE> newBytes;
+    try {
+        const HRESULT begun = oldBytes.empty() ? BeginNewDocument() : BeginExistingDocument(oldBytes);
         if (begun != S_OK) return begun;
         if (!writer_.SelectSection(format::kColumnDefs)) return QNPS_E_WRITEXMLERROR;
         WriteColumns();
@@ -65,13 +78,35 @@ HRESULT PropertyDocumentWriter::Write(IStream* stream, ULONGLONG streamSize) {
         if (!writer_.SelectSection(format::kProperties)) return QNPS_E_WRITEXMLERROR;
         WriteRows();
         writer_.CloseElement();
-        if (!writer_.SaveToStream(stream)) return QNPS_E_WRITEXMLERROR;
-        return S_OK;
-    } catch (const com::ComError&) {
-        // A value that does not convert to its column's type, or a parser that refuses a step:
-        // the document is only in memory, so the stream is untouched.
+        newBytes = writer_.SaveToBytes();
+    } catch (const com::ComError& error) {
+        // A value that does not convert to its column's type, or a parser that refuses a step: the
+        // document is only in memory, so the stream is untouched. Memory is another matter.
+        if (error.Code() == E_OUTOFMEMORY) throw;
         return QNPS_E_WRITEXMLERROR;
     }
+    // The parsed and the built document are done with; their memory is better spent on the copy.
+    oldTable_.reset();
+    writer_.Close();
+
+    StreamReplacement replacement(stream, std::move(oldBytes), std::move(newBytes));
+    const StreamReplacement::Outcome outcome = replacement.Run();
+    if (outcome == StreamReplacement::Outcome::kReplaced || outcome == StreamReplacement::Outcome::kReplacedPadded) {
+        return S_OK;
+    }
+    std::shared_ptr<const std::wstring> description;
+    try {
+        description = std::make_shared<const std::wstring>(replacement.Describe());
+    } catch (const std::bad_alloc&) {
+        // The failure itself is what the caller must learn; its wording can go.
+    }
+    throw com::ComError(QNPS_E_WRITEXMLERROR, std::move(description));
+}
+
+[[noreturn]] void PropertyDocumentWriter::ThrowWriteError(const wchar_t* what, HRESULT code, const wchar_t* after) {
+    wchar_t text[256];
+    std::swprintf(text, 256, L"%ls: IStream answered 0x%08lX%ls", what, static_cast<unsigned long>(code), after);
+    throw com::ComError(QNPS_E_WRITEXMLERROR, std::make_shared<const std::wstring>(text));
 }
 
 HRESULT PropertyDocumentWriter::BeginNewDocument() {
@@ -86,39 +121,25 @@ HRESULT PropertyDocumentWriter::BeginNewDocument() {
     return S_OK;
 }
 
-HRESULT PropertyDocumentWriter::BeginExistingDocument(IStream* stream) {
-    com::UniqueVariant source;
-    source.get().vt = VT_UNKNOWN;
-    source.get().punkVal = stream;
-    stream->AddRef();
-    const LARGE_INTEGER start{};
-    bool loaded = false;
-
+HRESULT PropertyDocumentWriter::BeginExistingDocument(const std::vector<BYTE>& oldBytes) {
+    {
+        values::VariantArray source;
+        com::ThrowIfFailed(source.Create(VT_UI1, static_cast<ULONG>(oldBytes.size()), oldBytes.data()));
+        // Also with qnpsOverwrite: content that is not XML cannot be written over.
+        if (!writer_.OpenDocument(&source.get())) return QNPS_E_WRITEXMLERROR;
+    }
     if (!(flags_ & qnpsOverwrite)) {
-        ULARGE_INTEGER position{};
-        const bool atStart = SUCCEEDED(stream->Seek(start, STREAM_SEEK_CUR, &position)) && position.QuadPart == 0;
-        if (atStart) {
-            // The old table is read from the very document the writer loads: the content would be
-            // parsed twice otherwise, from the same position with the same settings.
-            loaded = writer_.OpenDocument(&source.get()) != 0;
-            if (!loaded) return QNPS_E_WRITEXMLERROR;
-            CXmlReaderBase reader;
-            reader.AttachDocument(writer_.Document());
-            ReadOldTable(reader);
-        } else {
-            CXmlReaderBase reader;
-            if (reader.OpenDocument(&source.get())) ReadOldTable(reader);
-        }
+        // The old table comes from the very document the writer loaded, from the stream's start
+        // whatever its position: the write replaces the whole content, so the merge must see it.
+        CXmlReaderBase reader;
+        reader.AttachDocument(writer_.Document());
+        ReadOldTable(reader);
         const BSTR newApplication = table_.Application();
         const BSTR oldApplication = oldTable_ ? oldTable_->Application() : nullptr;
         if (!com::IsEmptyBstr(newApplication) && !com::IsEmptyBstr(oldApplication) &&
             !com::NamesEqual(newApplication, oldApplication)) {
             return QNPS_E_WRONGAPPLICATION;
         }
-    }
-    if (!loaded) {
-        com::ThrowIfFailed(stream->Seek(start, STREAM_SEEK_SET, nullptr));
-        if (!writer_.OpenDocument(&source.get())) return QNPS_E_WRITEXMLERROR;
     }
     // The root keeps its attributes (the version is not rewritten) and any other children.
     writer_.RemoveSections(format::kColumnDefs);
@@ -248,9 +269,19 @@ void PropertyDocumentWriter::CarryOver(const CQnPSRow& row, long rowIndex) {
                 searched = true;
             }
             const CQnPSProperty* oldCell = oldRow ? OldCell(*oldRow, column) : nullptr;
-            if (oldCell && oldCell->Definition()) WriteValue(oldCell->Value(), record.column, *oldCell->Definition());
+            if (oldCell && oldCell->Definition()) CarryValue(*oldCell, *record.column);
         }
         record.position = -1;
+    }
+}
+
+void PropertyDocumentWriter::CarryValue(const CQnPSProperty& oldCell, const CQnPSColumnDef& gate) {
+    try {
+        WriteValue(oldCell.Value(), &gate, *oldCell.Definition());
+    } catch (const com::ComError& error) {
+        // An old value that its own column's encoding no longer takes (a date beyond the range of
+        // automation dates) is left behind; the rest of the write goes on.
+        if (error.Code() == E_OUTOFMEMORY) throw;
     }
 }
 

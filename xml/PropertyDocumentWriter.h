@@ -21,7 +21,9 @@ class PropertyDocumentWriter {
 public:
     PropertyDocumentWriter(model::CQnPSTable& table, long flags);
 
-    // S_OK, QNPS_E_WRONGAPPLICATION, or QNPS_E_WRITEXMLERROR; the stream is changed only on S_OK.
+    // S_OK, QNPS_E_WRONGAPPLICATION or QNPS_E_WRITEXMLERROR; a failure of the stream itself is
+    // thrown as QNPS_E_WRITEXMLERROR with a text that says what the stream holds afterwards. The
+    // stream holds the old content or the whole new document after every call made to it.
     HRESULT Write(IStream* stream, ULONGLONG streamSize);
 
 private:
@@ -33,7 +35,8 @@ private:
     };
 
     HRESULT BeginNewDocument();
-    HRESULT BeginExistingDocument(IStream* stream);
+    HRESULT BeginExistingDocument(const std::vector<BYTE>& oldBytes);
+    [[noreturn]] static void ThrowWriteError(const wchar_t* what, HRESULT code, const wchar_t* after);
     void ReadOldTable(CXmlReaderBase& reader);
     void IndexOldTable();
     void WriteColumns();
@@ -42,6 +45,7 @@ private:
     // The merge record that a cell of this column marks, or null.
     CColomnEl* RecordFor(const model::CQnPSColumnDef& column);
     const model::CQnPSProperty* OldCell(const model::CQnPSRow& oldRow, const MergeColumn& column) const;
+    void CarryValue(const model::CQnPSProperty& oldCell, const model::CQnPSColumnDef& gate);
     // Writes one value under the name and encoding of `encoding`, provided the gate definition has a
     // name; empty and null values write nothing.
     void WriteValue(const VARIANT& value, const model::CQnPSColumnDef* gate,

@@ -71,9 +71,11 @@ HRESULT WkXMLFile::CreateParser(const wchar_t* rootName, DWORD flags) {
         case 6: hr = CreateDocumentObject(kFreeThreadedDOMDocument60, document); break;
         default:
             hr = CreateDocumentObject(kFreeThreadedDOMDocument60, document);
-            if (FAILED(hr)) hr = CreateDocumentObject(kFreeThreadedDOMDocument30, document);
+            if (FAILED(hr) && hr != E_OUTOFMEMORY) hr = CreateDocumentObject(kFreeThreadedDOMDocument30, document);
             break;
     }
+    // A parser that cannot be made for want of memory says nothing about the document.
+    if (hr == E_OUTOFMEMORY) com::ThrowOutOfMemory();
     if (FAILED(hr)) return hr;
 
     if (!(flags & kAsync)) hr = document->put_async(VARIANT_FALSE);
@@ -179,6 +181,7 @@ HRESULT WkXMLFile::Load(const VARIANT& source, DWORD flags) {
     }
     VARIANT_BOOL loaded = VARIANT_FALSE;
     const HRESULT hr = document_->load(*loadFrom, &loaded);
+    if (hr == E_OUTOFMEMORY) com::ThrowOutOfMemory();
     if (FAILED(hr)) {
         // Some parsers (Wine's among them) refuse a document that is not well-formed through the
         // call's result instead of its success flag. The caller still gets the parse error as the

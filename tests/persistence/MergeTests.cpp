@@ -82,6 +82,12 @@ const MergeCase kMerges[] = {
     // its root, version included, stays as it was.
     {Merged(kDefs, "<Row RowID=\"R1\" Sheets=\"3\"/>", " Version=\"2.0\" Application=\"Drafting\""), qnpsWriteNormal,
      Merged(kDefs, kNewRows, " Version=\"2.0\" Application=\"Drafting\""), L"Office"},
+    // An old date beyond the range of automation dates cannot be encoded again: it alone stays behind.
+    {Document("<ColumnDefs><Sheets Type=\"DATE\"/></ColumnDefs><Properties><Row RowID=\"R1\" "
+              "Sheets=\"7FEFFFFFFFFFFFFF\"/><Row RowID=\"R4\" Sheets=\"3FF0000000000000\"/></Properties>"),
+     qnpsWriteNormal,
+     Plain("<Row RowID=\"r1\" Title=\"New one\"/><Row RowID=\"R2\" Title=\"New two\"/>"
+           "<Row RowID=\"R4\" Title=\"Four\" Sheets=\"3FF0000000000000\"/>")},
     {std::string(kDeclaration) + "<Other x=\"y\"/>", qnpsWriteNormal,
      std::string(kDeclaration) + "<Other x=\"y\">" + kDefs + "<Properties>" + kNewRows + "</Properties></Other>"},
 };
@@ -107,12 +113,20 @@ protected:
     }
 };
 
-TEST_F(Merge, EachFlagOverEachOldDocument) {
+// The write replaces the whole content, so it merges with the whole old document wherever the
+// host left the stream's position: at its start, in its middle or at its end.
+TEST_F(Merge, EachFlagOverEachOldDocumentFromAnyPosition) {
     for (const MergeCase& c : kMerges) {
-        SCOPED_TRACE(testing::Message() << "merge case " << (&c - kMerges));
-        auto stream = StreamWith(c.old);
-        EXPECT_EQ(S_OK, Write(stream.get(), NewTable(c.application, c.titleDirection).get(), c.flags));
-        EXPECT_EQ(c.expected, StreamText(stream.get()));
+        for (const double where : {0.0, 0.5, 1.0}) {
+            SCOPED_TRACE(testing::Message() << "merge case " << (&c - kMerges) << " from " << where);
+            auto stream = StreamWith(c.old);
+            LARGE_INTEGER position;
+            position.QuadPart = static_cast<LONGLONG>(where * static_cast<double>(c.old.size()));
+            ASSERT_EQ(S_OK, stream->Seek(position, STREAM_SEEK_SET, nullptr));
+            auto table = NewTable(c.application, c.titleDirection);
+            EXPECT_EQ(S_OK, storage_->WriteProperties(stream.get(), table.get(), c.flags));
+            EXPECT_EQ(c.expected, StreamText(stream.get()));
+        }
     }
 }
 

@@ -48,7 +48,9 @@ protected:
     }
     HRESULT Write(IStream* stream, IQnPSTable* table, long flags = qnpsWriteNormal) {
         Rewind(stream);
-        return storage_->WriteProperties(stream, table, flags);
+        const HRESULT hr = storage_->WriteProperties(stream, table, flags);
+        if (hr == S_OK) KeepWrittenDocument(stream);
+        return hr;
     }
 
     // A table of `application` with `column` and one row `id` holding `value` in it.

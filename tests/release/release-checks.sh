@@ -4,8 +4,9 @@
 #   msi     MSI DLL CLIENT SCRIPT-CLIENT "INSTALLED-FILE..."
 #   package ZIP CLIENT [FILE...]          (FILE: further files the package must hold)
 # WINEPREFIX and the library's identities (QNPS_CLSID, QNPS_APPID, QNPS_LIBID, QNPS_INTERFACES, a
-# file of "NAME IID" lines) come from the environment; so may QNPS_PACKAGE_CLIENT, a client inside
-# the package to run instead of CLIENT, and QNPS_PACKAGE_CLIENT_PASS, a pattern its output shows.
+# file of "NAME IID" lines) come from the environment; so may QNPS_PACKAGE_CLIENT, a host inside the
+# package to run as well, given a document path, and QNPS_PACKAGE_CLIENT_OUTPUT, the file of the
+# lines it must print.
 set -uo pipefail
 action=$1
 shift
@@ -96,7 +97,7 @@ QnPropStorage.CQnPropStorage: Type 5, Application Installed" \
 package)
     zip=$1 client=$2
     shift 2
-    package_client=${QNPS_PACKAGE_CLIENT:-} pass=${QNPS_PACKAGE_CLIENT_PASS:-}
+    package_client=${QNPS_PACKAGE_CLIENT:-}
     root=$drive_c/QnPropStorage
     rm -rf "$root" && mkdir -p "$root"
     (cd "$root" && cmake -E tar xf "$zip") || fail "cannot unpack $zip"
@@ -111,12 +112,12 @@ package)
     server=$(wine reg query "HKCR\\CLSID\\{$QNPS_CLSID}\\InprocServer32" /ve 2>/dev/null | tr -d '\r')
     [[ "$server" == *'REG_SZ    C:\QnPropStorage\x64\QnPropStorage.dll'* ]] ||
         fail "the class is not served from the package: $server"
+    expect_output "the client" "$client_output" "$(run "Z:$client")"
     if [ -n "$package_client" ]; then
-        output=$(run "C:\\QnPropStorage\\${package_client//\//\\}") || fail "$package_client exit code $?"
-        grep -Eq -- "$pass" <<<"$output" || fail "$package_client printed:
-$output"
-    else
-        expect_output "the client" "$client_output" "$(run "Z:$client")"
+        [ -f "$root/$package_client" ] || fail "not in the package: $package_client"
+        output=$(run "C:\\QnPropStorage\\${package_client//\//\\}" 'C:\QnPropStorage\sample.qnps') ||
+            fail "$package_client exit code $?"
+        expect_output "$package_client" "$(tr -d '\r' <"$QNPS_PACKAGE_CLIENT_OUTPUT")" "$output"
     fi
     wine regsvr32 /u /s 'C:\QnPropStorage\x64\QnPropStorage.dll' || fail "regsvr32 /u exit code $?"
     expect_no_keys "after regsvr32 /u"

@@ -1,6 +1,8 @@
 #include "support/StreamSupport.h"
 
 #include <algorithm>
+#include <cstdlib>
+#include <fstream>
 
 namespace qnps_test {
 
@@ -77,6 +79,18 @@ void SetStreamBytes(IStream* stream, const std::string& bytes) {
     ULONG written = 0;
     EXPECT_EQ(S_OK, stream->Write(bytes.data(), static_cast<ULONG>(bytes.size()), &written));
     Rewind(stream);
+}
+
+void KeepWrittenDocument(IStream* stream) {
+    static int kept = 0;
+    const char* folder = std::getenv("QNPS_WRITTEN_DOCUMENTS");
+    ComPtr<IStream> clone;
+    if (!folder || FAILED(stream->Clone(clone.put()))) return;
+    const ::testing::TestInfo* test = ::testing::UnitTest::GetInstance()->current_test_info();
+    std::string name = std::string(test->test_suite_name()) + "." + test->name();
+    std::replace(name.begin(), name.end(), '/', '_');
+    std::ofstream(std::string(folder) + "/" + name + "." + std::to_string(++kept) + ".xml", std::ios::binary)
+        << StreamBytes(clone.get());
 }
 
 }  // namespace qnps_test

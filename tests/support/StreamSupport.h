@@ -37,5 +37,8 @@ std::string StreamText(IStream* stream);
 ComPtr<IStream> HGlobalStream(const std::string& bytes = std::string());
 void Rewind(IStream* stream);
 ULONGLONG StreamSize(IStream* stream);
+// When QNPS_WRITTEN_DOCUMENTS names a folder, keeps a copy of the document in `stream` there for
+// the schema check; read through a clone, so the stream itself is left as the write left it.
+void KeepWrittenDocument(IStream* stream);
 
 }  // namespace qnps_test

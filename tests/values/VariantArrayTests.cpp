@@ -25,7 +25,7 @@ TEST(VariantArray, PutRedimAndDetach) {
     auto text = qnps_test::VariantOf(L"x");
     EXPECT_TRUE(array.PutElement(0, &text.get()));
     EXPECT_FALSE(array.PutElement(4, &text.get()));
-    array.Redim(1);
+    EXPECT_EQ(S_OK, array.Redim(1));
     VARIANT out;
     array.Detach(&out);
     EXPECT_EQ(VT_EMPTY, array.get().vt);
