@@ -49,8 +49,11 @@ HRESULT RegisterTypeLibrary() {
     return ::RegisterTypeLib(library.get(), path, nullptr);
 }
 
+// A 32-bit and a 64-bit build may be registered side by side: each removes only its own kind.
+constexpr SYSKIND kOwnSysKind = sizeof(void*) == 8 ? SYS_WIN64 : SYS_WIN32;
+
 HRESULT UnregisterTypeLibrary() {
-    const HRESULT hr = ::UnRegisterTypeLib(LIBID_QnPropStorageLib, 1, 0, LOCALE_NEUTRAL, SYS_WIN64);
+    const HRESULT hr = ::UnRegisterTypeLib(LIBID_QnPropStorageLib, 1, 0, LOCALE_NEUTRAL, kOwnSysKind);
     // Nothing registered is what unregistering wants: a second removal succeeds too.
     if (hr == E_INVALIDARG || hr == TYPE_E_REGISTRYACCESS || hr == TYPE_E_CANTLOADLIBRARY) return S_OK;
     return hr;

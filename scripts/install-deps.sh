@@ -1,15 +1,18 @@
 #!/usr/bin/env bash
-# Installs the cross toolchain, Wine, the GoogleTest sources, xmllint and the JSON library
-# (header-only, for qnps) when they are missing.
+# Installs the cross toolchains, Wine, the GoogleTest sources, xmllint, the JSON library (header-only,
+# for qnps) and the packaging tools when they are missing.
 # Safe to rerun: it does nothing when everything is present.
 set -euo pipefail
 
 need=()
 command -v x86_64-w64-mingw32-g++-posix >/dev/null 2>&1 || need+=(mingw-w64 g++-mingw-w64-x86-64-posix gcc-mingw-w64-x86-64-posix)
+command -v i686-w64-mingw32-g++-posix >/dev/null 2>&1 || need+=(g++-mingw-w64-i686-posix gcc-mingw-w64-i686-posix)
 command -v wine >/dev/null 2>&1 || need+=(wine64 wine)
 command -v widl >/dev/null 2>&1 || need+=(wine64-tools)
 command -v cmake >/dev/null 2>&1 || need+=(cmake)
 command -v make >/dev/null 2>&1 || need+=(make)
+command -v wixl >/dev/null 2>&1 || need+=(wixl)
+command -v zip >/dev/null 2>&1 || need+=(zip)
 [ -f /usr/src/googletest/CMakeLists.txt ] || need+=(googletest)
 command -v xmllint >/dev/null 2>&1 || need+=(libxml2-utils)
 [ -f /usr/include/nlohmann/json.hpp ] || need+=(nlohmann-json3-dev)

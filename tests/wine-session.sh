@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Starts or stops the private Wine session the tests run in: `start PREFIX` makes the prefix on
-# first use and keeps a wine server running; `stop PREFIX` ends it. Wine's server and services
+# first use and keeps a wine server running; `fresh PREFIX` makes it anew first; `stop PREFIX` ends
+# it. Wine's server and services
 # must not inherit the caller's output pipes, or ctest waits for them to exit.
 set -euo pipefail
 action=$1
@@ -8,7 +9,12 @@ export WINEPREFIX=$2
 export WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml=" LANG=C.UTF-8
 
 case "$action" in
-start)
+fresh | start)
+    if [ "$action" = fresh ]; then
+        wineserver -k </dev/null >/dev/null 2>&1 || true
+        wineserver -w </dev/null >/dev/null 2>&1 || true
+        rm -rf "$WINEPREFIX"
+    fi
     mkdir -p "$WINEPREFIX"
     if [ ! -f "$WINEPREFIX/system.reg" ]; then
         wine wineboot -i </dev/null >/dev/null 2>&1
@@ -21,7 +27,7 @@ stop)
     wineserver -k </dev/null >/dev/null 2>&1 || true
     ;;
 *)
-    echo "usage: $0 start|stop PREFIX" >&2
+    echo "usage: $0 start|fresh|stop PREFIX" >&2
     exit 2
     ;;
 esac
