@@ -9,8 +9,8 @@
 namespace model {
 
 // Base of every collection: an ordered list of model objects, each held with one reference,
-// indexed from 0. Null out-pointers give E_INVALIDARG here, unlike the E_POINTER of the object
-// base; clients have long relied on both.
+// indexed from 0. Null out-pointers give E_INVALIDARG in Item, Count and LowBound, unlike the
+// E_POINTER of the object base and of _NewEnum; clients have long relied on both.
 template <class I>
 class CQnPSCollectionBase : public CPSObjectBase<I> {
 public:

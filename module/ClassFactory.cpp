@@ -8,24 +8,13 @@
 namespace module {
 namespace {
 
+// The one creatable class: its factory is a static object that needs no reference counting.
 ClassFactory propStorageFactory;
-
-struct ObjectMapEntry {
-    const CLSID* clsid;
-    IClassFactory* factory;
-};
-
-const ObjectMapEntry objectMap[] = {
-    {&CLSID_CQnPropStorage, &propStorageFactory},
-};
 
 }  // namespace
 
 IClassFactory* FindClassObject(REFCLSID clsid) noexcept {
-    for (const auto& entry : objectMap) {
-        if (::IsEqualCLSID(*entry.clsid, clsid)) return entry.factory;
-    }
-    return nullptr;
+    return ::IsEqualCLSID(clsid, CLSID_CQnPropStorage) ? &propStorageFactory : nullptr;
 }
 
 STDMETHODIMP ClassFactory::QueryInterface(REFIID riid, void** object) {
