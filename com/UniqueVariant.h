@@ -59,56 +59,24 @@ public:
 
     // Owners of the values the library makes itself; each holds its own reference or copy.
     static UniqueVariant Unknown(IUnknown* object) noexcept {
-        UniqueVariant result;
-        result.value_.vt = VT_UNKNOWN;
-        result.value_.punkVal = object;
         if (object) object->AddRef();
-        return result;
-    }
-    static UniqueVariant Text(UniqueBstr text) noexcept {
-        UniqueVariant result;
-        result.value_.vt = VT_BSTR;
-        result.value_.bstrVal = text.detach();
-        return result;
-    }
-    static UniqueVariant Text(const wchar_t* text) { return Text(CopyText(text ? text : L"")); }
-    static UniqueVariant Int(long value) noexcept {
-        UniqueVariant result;
-        result.value_.vt = VT_I4;
-        result.value_.lVal = value;
-        return result;
-    }
-    static UniqueVariant Short(short value) noexcept {
-        UniqueVariant result;
-        result.value_.vt = VT_I2;
-        result.value_.iVal = value;
-        return result;
-    }
-    static UniqueVariant Double(double value) noexcept {
-        UniqueVariant result;
-        result.value_.vt = VT_R8;
-        result.value_.dblVal = value;
-        return result;
-    }
-    static UniqueVariant Bool(bool value) noexcept {
-        UniqueVariant result;
-        result.value_.vt = VT_BOOL;
-        result.value_.boolVal = value ? VARIANT_TRUE : VARIANT_FALSE;
-        return result;
+        return Of(VT_UNKNOWN, &VARIANT::punkVal, object);
     }
     static UniqueVariant Dispatch(IDispatch* object) noexcept {
-        UniqueVariant result;
-        result.value_.vt = VT_DISPATCH;
-        result.value_.pdispVal = object;
         if (object) object->AddRef();
-        return result;
+        return Of(VT_DISPATCH, &VARIANT::pdispVal, object);
+    }
+    static UniqueVariant Text(UniqueBstr text) noexcept { return Of(VT_BSTR, &VARIANT::bstrVal, text.detach()); }
+    static UniqueVariant Text(const wchar_t* text) { return Text(CopyText(text ? text : L"")); }
+    static UniqueVariant Int(long value) noexcept { return Of(VT_I4, &VARIANT::lVal, value); }
+    static UniqueVariant Short(short value) noexcept { return Of(VT_I2, &VARIANT::iVal, value); }
+    static UniqueVariant Double(double value) noexcept { return Of(VT_R8, &VARIANT::dblVal, value); }
+    static UniqueVariant Bool(bool value) noexcept {
+        return Of(VT_BOOL, &VARIANT::boolVal, static_cast<VARIANT_BOOL>(value ? VARIANT_TRUE : VARIANT_FALSE));
     }
     // Adopts a safe array of `elementType` elements.
     static UniqueVariant Array(SAFEARRAY* array, VARTYPE elementType) noexcept {
-        UniqueVariant result;
-        result.value_.vt = static_cast<VARTYPE>(elementType | VT_ARRAY);
-        result.value_.parray = array;
-        return result;
+        return Of(static_cast<VARTYPE>(elementType | VT_ARRAY), &VARIANT::parray, array);
     }
     // A copy of a value that may be held by reference, dereferenced; empty when it cannot be made.
     static UniqueVariant DereferencedCopyOrEmpty(const VARIANT& source) noexcept {
@@ -145,6 +113,15 @@ public:
     void swap(UniqueVariant& other) noexcept { std::swap(value_, other.value_); }
 
 private:
+    // One field of the variant set, then its type.
+    template <class Field, class Value>
+    static UniqueVariant Of(VARTYPE type, Field VARIANT::*field, Value value) noexcept {
+        UniqueVariant result;
+        result.value_.*field = value;
+        result.value_.vt = type;
+        return result;
+    }
+
     VARIANT value_;
 };
 
