@@ -121,6 +121,16 @@ package)
     fi
     wine regsvr32 /u /s 'C:\QnPropStorage\x64\QnPropStorage.dll' || fail "regsvr32 /u exit code $?"
     expect_no_keys "after regsvr32 /u"
+    if [ -f "$root/x64/qnps.exe" ]; then
+        # Nothing is registered now: the tool runs on the library beside it.
+        printf '%s' '{"application":"Drafting","columns":[{"name":"Layout"}],"rows":[{"id":"R1","values":{"Layout":"Plan"}}]}' \
+            >"$root/table.json"
+        wine 'C:\QnPropStorage\x64\qnps.exe' import 'C:\QnPropStorage\tool.qnps' Props 'C:\QnPropStorage\table.json' \
+            </dev/null >/dev/null 2>&1 || fail "qnps import from the package: exit code $?"
+        output=$(run 'C:\QnPropStorage\x64\qnps.exe' export 'C:\QnPropStorage\tool.qnps' Props --csv)
+        [[ "$output" == *R1*Plan* ]] || fail "qnps export from the package printed: $output"
+        expect_no_keys "after the tool ran unregistered"
+    fi
     ;;
 *)
     echo "usage: $0 regfree|msi|package ..." >&2

@@ -26,9 +26,6 @@ StorageServer::StorageServer() {
                                                   __uuidof(IQnPropertyStorage), storage_.put_void());
     if (SUCCEEDED(registered)) return;
     if (LoadUnregistered(OwnFolder() + L"QnPropStorage.dll")) return;
-#ifdef QNPS_BUILD_DLL
-    if (LoadUnregistered(QNPS_BUILD_DLL)) return;
-#endif
     throw ToolError("QnPropStorage.dll is neither registered nor found beside qnps.exe", registered);
 }
 

@@ -11,7 +11,7 @@
 namespace qnps {
 
 // The library's storage object, in this process: the registered class when there is one,
-// otherwise QnPropStorage.dll beside the tool (then the build folder's) through its class object.
+// otherwise QnPropStorage.dll beside the tool through its class object.
 class StorageServer {
 public:
     StorageServer();
