@@ -2,6 +2,7 @@
 
 #include "com/Platform.h"
 
+#include <cstdint>
 #include <memory>
 #include <new>
 #include <utility>
@@ -23,10 +24,19 @@ namespace com {
 inline constexpr IID kOwnObjectIid = {
     0x5fa3257a, 0x1632, 0x46bc, {0xb7, 0xf4, 0x25, 0xf0, 0x16, 0xdb, 0x51, 0xf5}};
 
+// What an object needs only now and then, made on first use and reached through one pointer: the
+// record of its last failure and what the deriving class keeps beside it (`Extra`, which must be
+// constructible without allocating). Most objects, cells above all, never need either.
+template <class Extra>
+struct SideBlock {
+    TVL::CTvErrorInfo errorInfo;
+    Extra extra;
+};
+
 // The shared half of every automation object: single-threaded reference counting,
 // QueryInterface over the interface's chain, IDispatch through the library's type information,
 // ISupportErrorInfo, the module lock, and the error boundary that each member runs inside.
-template <class Interface, class... ErrorInterfaces>
+template <class Interface, class Extra, class... ErrorInterfaces>
 class DispatchObject : public Interface, public CTvSupportErrorInfo<Interface, ErrorInterfaces...> {
 public:
     DispatchObject(const DispatchObject&) = delete;
@@ -100,6 +110,18 @@ protected:
     DispatchObject() noexcept { ModuleLock::Lock(); }
     virtual ~DispatchObject() { ModuleLock::Unlock(); }
 
+    // The side block if it was ever made, else null.
+    SideBlock<Extra>* Side() const noexcept { return side_.get(); }
+    SideBlock<Extra>& EnsureSide() {
+        if (!side_) side_ = std::make_unique<SideBlock<Extra>>();
+        return *side_;
+    }
+
+    // Four bytes for the deriving class's own use, kept beside the reference count where they would
+    // otherwise be padding: a cell is small, and there are many of them.
+    std::int32_t Tag() const noexcept { return tag_; }
+    void SetTag(std::int32_t tag) noexcept { tag_ = tag; }
+
     // The error boundary: runs one member's body in the module's state and turns whatever it
     // throws into the member's HRESULT, recording the failure for ISupportErrorInfo.
     template <class Body>
@@ -120,12 +142,14 @@ private:
     static ITypeInfo* OwnTypeInfo() { return TypeInfoCache::Get(__uuidof(Interface)); }
 
     HRESULT Fail(HRESULT code, const wchar_t* description = nullptr) noexcept {
-        RecordError(errorInfo_, code, __uuidof(Interface), description);
+        if (!side_) side_.reset(new (std::nothrow) SideBlock<Extra>);
+        RecordError(side_ ? &side_->errorInfo : nullptr, code, __uuidof(Interface), description);
         return code;
     }
 
-    std::unique_ptr<TVL::CTvErrorInfo> errorInfo_;
+    std::unique_ptr<SideBlock<Extra>> side_;
     ULONG references_ = 0;
+    std::int32_t tag_ = 0;
 };
 
 // Creates an object holding one reference for the caller.
