@@ -32,10 +32,10 @@ public:
         return this->Guarded([&] {
             if (!pvtPropValue) return E_POINTER;
             const std::wstring name = KeyOf(bsPropName);
-            const auto* side = this->Side();
-            if (!side) return TYPE_E_ELEMENTNOTFOUND;
-            const auto found = side->extra.find(name);
-            if (found == side->extra.end()) return TYPE_E_ELEMENTNOTFOUND;
+            const CustomPropertyMap* properties = this->SideExtra();
+            if (!properties) return TYPE_E_ELEMENTNOTFOUND;
+            const auto found = properties->find(name);
+            if (found == properties->end()) return TYPE_E_ELEMENTNOTFOUND;
             ::VariantClear(pvtPropValue);
             return com::CopyVariant(pvtPropValue, found->second.get());
         });
@@ -47,7 +47,7 @@ public:
             // A failed copy stores an empty value; the put itself always succeeds.
             ::VariantCopyInd(value.put(), &newVal);
             // Most objects never carry custom properties; the map has room only once one is put.
-            CustomPropertyMap& properties = this->EnsureSide().extra;
+            CustomPropertyMap& properties = this->EnsureSideExtra();
             if (properties.empty()) {
                 properties.max_load_factor(kOptimalLoad);
                 properties.rehash(kInitialBins);
