@@ -2,6 +2,7 @@
 
 #include "com/Platform.h"
 
+#include <cstdint>
 #include <memory>
 #include <new>
 #include <utility>
@@ -23,11 +24,26 @@ namespace com {
 inline constexpr IID kOwnObjectIid = {
     0x5fa3257a, 0x1632, 0x46bc, {0xb7, 0xf4, 0x25, 0xf0, 0x16, 0xdb, 0x51, 0xf5}};
 
+// What an object needs only now and then, made on first use and reached through one pointer: its
+// ISupportErrorInfo face, the record of its last failure and what the deriving class keeps beside
+// them (`Extra`, which must be constructible without allocating). Most objects, cells above all,
+// never need any of it.
+template <class ErrorInfoFace, class Extra>
+struct SideBlock {
+    explicit SideBlock(IUnknown* owner) noexcept : supportErrorInfo(owner) {}
+
+    ErrorInfoFace supportErrorInfo;
+    TVL::CTvErrorInfo errorInfo;
+    Extra extra;
+};
+
 // The shared half of every automation object: single-threaded reference counting,
 // QueryInterface over the interface's chain, IDispatch through the library's type information,
 // ISupportErrorInfo, the module lock, and the error boundary that each member runs inside.
-template <class Interface, class... ErrorInterfaces>
-class DispatchObject : public Interface, public CTvSupportErrorInfo<Interface, ErrorInterfaces...> {
+template <class Interface, class Extra, class... ErrorInterfaces>
+class DispatchObject : public Interface {
+    using Side = SideBlock<CTvSupportErrorInfo<Interface, ErrorInterfaces...>, Extra>;
+
 public:
     DispatchObject(const DispatchObject&) = delete;
     DispatchObject& operator=(const DispatchObject&) = delete;
@@ -42,7 +58,9 @@ public:
         if (IsInInterfaceChain<Interface>(riid)) {
             *object = static_cast<Interface*>(this);
         } else if (::IsEqualGUID(riid, __uuidof(ISupportErrorInfo))) {
-            *object = static_cast<ISupportErrorInfo*>(this);
+            Side* side = TryEnsureSide();
+            *object = side ? static_cast<ISupportErrorInfo*>(&side->supportErrorInfo) : nullptr;
+            if (!side) return E_OUTOFMEMORY;
         } else {
             *object = nullptr;
             return E_NOINTERFACE;
@@ -100,6 +118,18 @@ protected:
     DispatchObject() noexcept { ModuleLock::Lock(); }
     virtual ~DispatchObject() { ModuleLock::Unlock(); }
 
+    // The side block's extra part if the block was ever made, else null.
+    const Extra* SideExtra() const noexcept { return side_ ? &side_->extra : nullptr; }
+    Extra& EnsureSideExtra() {
+        if (!TryEnsureSide()) throw std::bad_alloc();
+        return side_->extra;
+    }
+
+    // Four bytes for the deriving class's own use, kept beside the reference count where they would
+    // otherwise be padding: a cell is small, and there are many of them.
+    std::int32_t Tag() const noexcept { return tag_; }
+    void SetTag(std::int32_t tag) noexcept { tag_ = tag; }
+
     // The error boundary: runs one member's body in the module's state and turns whatever it
     // throws into the member's HRESULT, recording the failure for ISupportErrorInfo.
     template <class Body>
@@ -119,13 +149,20 @@ protected:
 private:
     static ITypeInfo* OwnTypeInfo() { return TypeInfoCache::Get(__uuidof(Interface)); }
 
+    Side* TryEnsureSide() noexcept {
+        if (!side_) side_.reset(new (std::nothrow) Side(static_cast<Interface*>(this)));
+        return side_.get();
+    }
+
     HRESULT Fail(HRESULT code, const wchar_t* description = nullptr) noexcept {
-        RecordError(errorInfo_, code, __uuidof(Interface), description);
+        Side* side = TryEnsureSide();
+        RecordError(side ? &side->errorInfo : nullptr, code, __uuidof(Interface), description);
         return code;
     }
 
-    std::unique_ptr<TVL::CTvErrorInfo> errorInfo_;
+    std::unique_ptr<Side> side_;
     ULONG references_ = 0;
+    std::int32_t tag_ = 0;
 };
 
 // Creates an object holding one reference for the caller.

@@ -1,7 +1,6 @@
 #include "com/ErrorRecord.h"
 
 #include <cwchar>
-#include <new>
 
 #include "com/ComPtr.h"
 
@@ -41,12 +40,8 @@ void SetThreadErrorInfo(const IID& iid, const wchar_t* source, const wchar_t* de
     if (auto info = creator.try_query<IErrorInfo>()) ::SetErrorInfo(0, info.get());
 }
 
-void RecordError(std::unique_ptr<TVL::CTvErrorInfo>& record, HRESULT code, const IID& iid,
-                 const wchar_t* description) noexcept {
-    if (!record) {
-        record.reset(new (std::nothrow) TVL::CTvErrorInfo);
-        if (!record) return;
-    }
+void RecordError(TVL::CTvErrorInfo* record, HRESULT code, const IID& iid, const wchar_t* description) noexcept {
+    if (!record) return;
     record->code = code;
     record->source.reset(::SysAllocString(kSource));
     record->description.reset(description ? ::SysAllocString(description) : DescribeCode(code));

@@ -2,20 +2,19 @@
 
 #include "com/Platform.h"
 
-#include <memory>
-
 #include "com/CTvErrorInfo.h"
 
 namespace com {
 
-// Fills an object's error record for a failure (creating the record on first use) and makes it the
-// thread's error information, as ISupportErrorInfo promises. Never throws: reporting a failure must
-// not fail the caller a second time. Without a description the code's system message is used.
 // Makes a new error object the thread's error information; a null description is the code's system
 // message. Never throws.
 void SetThreadErrorInfo(const IID& iid, const wchar_t* source, const wchar_t* description, HRESULT code) noexcept;
 
-void RecordError(std::unique_ptr<TVL::CTvErrorInfo>& record, HRESULT code, const IID& iid,
+// Fills an object's error record for a failure and makes it the thread's error information, as
+// ISupportErrorInfo promises; without a record (no memory to make one) nothing is reported. Never
+// throws: reporting a failure must not fail the caller a second time. Without a description the
+// code's system message is used.
+void RecordError(TVL::CTvErrorInfo* record, HRESULT code, const IID& iid,
                  const wchar_t* description = nullptr) noexcept;
 
 }  // namespace com

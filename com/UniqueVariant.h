@@ -90,6 +90,9 @@ public:
     VARTYPE type() const noexcept { return value_.vt; }
 
     void reset() noexcept {
+        // An empty value owns nothing: the reader alone would otherwise make several platform calls
+        // per cell for nothing.
+        if (value_.vt == VT_EMPTY) return;
         ::VariantClear(&value_);
         ::VariantInit(&value_);
     }

@@ -1,8 +1,14 @@
 #include "model/CQnPSRowCollection.h"
 
+#include <algorithm>
+#include <cstdint>
+#include <unordered_map>
+#include <vector>
+
 #include "com/SafeArray.h"
 #include "model/ObjectTypes.h"
 #include "model/VariantEquality.h"
+#include "model/VariantHash.h"
 #include "values/VariantArray.h"
 
 namespace model {
@@ -86,14 +92,32 @@ void CQnPSRowCollection::UniqueValues(const wchar_t* columnName, VARIANT* result
     size_t collected = 0;
     {
         com::SafeArrayData<VARIANT> elements(unique.Array());
+        // Values collected so far by their equality hash; those without one are compared with all.
+        std::unordered_multimap<std::uint64_t, size_t> hashed;
+        hashed.reserve(ItemCount());
+        std::vector<size_t> unhashed;
         for (size_t i = 0; i < ItemCount(); ++i) {
             const CQnPSRow* row = RowAt(i);
             const CQnPSProperty* cell = row ? row->FindProperty(columnName) : nullptr;
             if (!cell || cell->Value().vt == VT_EMPTY || cell->Value().vt == VT_NULL) continue;
+            const VARIANT& value = cell->Value();
+            const auto equal = [&](size_t j) { return VariantsEqual(elements[j], value); };
+            std::uint64_t hash = 0;
+            const bool hasHash = EqualityHash(value, hash);
             bool seen = false;
-            for (size_t j = 0; j < collected && !seen; ++j) seen = VariantsEqual(elements[j], cell->Value());
+            if (!hasHash) {
+                for (size_t j = 0; j < collected && !seen; ++j) seen = equal(j);
+            } else {
+                seen = std::any_of(unhashed.begin(), unhashed.end(), equal);
+                for (auto [at, end] = hashed.equal_range(hash); at != end && !seen; ++at) seen = equal(at->second);
+            }
             if (seen) continue;
-            com::ThrowIfFailed(com::CopyVariant(&elements[collected], cell->Value()));
+            com::ThrowIfFailed(com::CopyVariant(&elements[collected], value));
+            if (hasHash) {
+                hashed.emplace(hash, collected);
+            } else {
+                unhashed.push_back(collected);
+            }
             ++collected;
         }
     }

@@ -37,6 +37,7 @@ TEST_F(Object, EveryCreatableTypeAnswersExactlyItsInterfaceChain) {
         auto support = object.query<ISupportErrorInfo>();
         EXPECT_TRUE(SameObject(support.get(), object.get()));
         EXPECT_EQ(2u, RefCount(object.get()));
+        object.reset();  // the face now holds the last reference, and its release must end the object
         // Error information belongs to the own interface and the object base, not to inherited ones.
         for (const IID& iid : {entry.own, IID_IQnPSObject}) EXPECT_EQ(S_OK, support->InterfaceSupportsErrorInfo(iid));
         for (const IID& iid : entry.inherited) EXPECT_EQ(S_FALSE, support->InterfaceSupportsErrorInfo(iid));

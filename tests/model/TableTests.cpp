@@ -168,6 +168,44 @@ TEST_F(Table, ColumnValuesAreParallelAndUniqueValuesKeepTheFirstOccurrence) {
     EXPECT_EQ(VT_EMPTY, Values(L"Layout", true).type());
 }
 
+// Distinct values are looked up by hash, yet must group exactly as the pairwise equality does. Row
+// finds the first row holding a value equal to the one given, so a value belongs in the list exactly
+// when Row finds no earlier row. Text the locale calls equal in other code units (case, accents composed
+// or not, width, kana, expansions, ignorable characters) and numbers equal in other bits are the cases.
+TEST_F(Table, UniqueValuesGroupExactlyAsThePairwiseEqualityDoes) {
+    using namespace std::string_literals;
+    const std::wstring texts[] = {L"abc", L"ABC", L"abc\u00AD", L"a\u00ADbc", L"ab\u200Dc", L"abc\u200B", L"abc\0"s,
+        L"a\0bc"s, L"\0abc"s, L"", L"\0"s, L"\u00AD", L"\u0640", L"\u00DF", L"ss", L"SS", L"\u00E6", L"ae", L"\u00C6",
+        L"AE", L"\u00E9", L"e\u0301", L"E\u0301", L"\uFF45", L"e", L"\u30A2", L"\u3042", L"\uFF71", L"co-op", L"coop",
+        L"\uFB01", L"fi", L"\u01C4", L"D\u017D", L"\u00C5", L"A\u030A", L"\u212B", L"1", L"01", L"\u0661", L"\u00B2",
+        L"2", L"\xD800", L"\xD800x", std::wstring(600, L'x'), std::wstring(599, L'x') + L"\u00ADx"};
+    const struct { VARTYPE type; ULONGLONG bits; } numbers[] = {{VT_R8, 0}, {VT_R8, 1ULL << 63},
+        {VT_R8, 0x7FF8000000000000}, {VT_R8, 0x7FF8000000000000}, {VT_R4, 0x80000000}, {VT_R4, 0}, {VT_I4, 5},
+        {VT_R8, 0x4014000000000000}, {VT_I8, 1ULL << 53}, {VT_I8, (1ULL << 53) + 1}, {VT_BOOL, 1}, {VT_BOOL, 0xFFFF},
+        {VT_ERROR, 1}, {VT_ERROR, 2}, {VT_CY, 7}, {VT_CY, 7}, {VT_DATE, 0x4014000000000000}, {VT_UI8, 5}};
+    std::vector<UniqueVariant> values(std::size(texts) + std::size(numbers));
+    for (size_t i = 0; i < values.size(); ++i) {
+        VARIANT& value = values[i].get();
+        value.vt = i < std::size(texts) ? VARTYPE(VT_BSTR) : numbers[i - std::size(texts)].type;
+        if (i < std::size(texts)) value.bstrVal = ::SysAllocStringLen(texts[i].data(), UINT(texts[i].size()));
+        else value.ullVal = numbers[i - std::size(texts)].bits;
+        Add(std::to_wstring(i).c_str(), layout_.get(), value);
+    }
+    UniqueVariant unique = Values(L"Layout", true);
+    LONG listed = 0;
+    for (size_t i = 0; i < values.size(); ++i) {
+        const std::wstring first = Found(L"Layout", values[i].get());  // none for a NaN, equal to nothing
+        if (first != L"<none>" && std::stoul(first) < i) continue;
+        UniqueVariant element;
+        ASSERT_EQ(S_OK, ::SafeArrayGetElement(unique.get().parray, &listed, element.put())) << i;
+        ++listed;
+        const VARIANT &got = element.get(), &want = values[i].get();
+        EXPECT_TRUE(got.vt == want.vt && (got.vt == VT_BSTR ? Text(got.bstrVal) == Text(want.bstrVal)
+                                                            : got.ullVal == want.ullVal)) << i;
+    }
+    EXPECT_EQ(listed, LONG(unique.get().parray->rgsabound[0].cElements));
+}
+
 TEST_F(Table, CollectionsOfTheWrongTypeLeaveTheTableWithoutThem) {
     auto definitions = Definitions(table_.get());
     // Another type is accepted, silently, and neither held nor the old collection kept.
