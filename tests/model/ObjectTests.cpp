@@ -1,5 +1,6 @@
 #include <climits>
 #include <functional>
+#include <sstream>
 #include <vector>
 
 #include "support/ComTestSupport.h"
@@ -10,9 +11,8 @@ using namespace qnps_test;
 
 class Object : public ComTest {};
 
-// Per type, one letter for each interface of `faces`: E answered with error information, i answered
-// without it, - refused. Only the base and the storage types are refused; other types out of range
-// are no error, the caller just gets no object.
+// Per interface of `faces`: E answered with error information, i without, - refused. A type out of
+// range is no error: the caller just gets no object.
 TEST_F(Object, EachTypeAnswersItsInterfaceChainAndOnlyTheBaseAndStorageTypesAreRefused) {
     const IID* const faces[] = {&IID_IQnPSObject, &IID_IQnPSCollection, &IID_IQnPSProperty, &IID_IQnPSColumnDef,
         &IID_IQnPSTable, &IID_IQnPSColumnDefCollection, &IID_IQnPSColumnDefCollection1, &IID_IQnPSRow,
@@ -37,9 +37,8 @@ TEST_F(Object, EachTypeAnswersItsInterfaceChainAndOnlyTheBaseAndStorageTypesAreR
     for (const auto& entry : types) {
         IQnPSObject* made = Unwritten<IQnPSObject>();
         EXPECT_EQ(entry.result, storage_->CreateQnPSObject(static_cast<qnpsObjectType>(entry.type), &made));
-        ComPtr<IQnPSObject> object;
         ASSERT_NE(Unwritten<IQnPSObject>(), made);
-        *object.put() = made;
+        const auto object = ComPtr<IQnPSObject>::Attach(made);
         EXPECT_EQ(entry.faces ? entry.faces : L"<none>", object ? answers(object.get()) : L"<none>") << entry.type;
         qnpsObjectType reported = qnpsObjType_Unknown;
         if (object) EXPECT_EQ(S_OK, object->get_Type(&reported));
@@ -56,17 +55,13 @@ TEST_F(Object, CustomPropertiesAreKeptByExactName) {
     EXPECT_TRUE(value.type() == VT_I4 && value.get().lVal == 42);
     EXPECT_EQ(S_OK, row->put_CustomProperty(name.get(), VariantOf(L"red").get()));
     EXPECT_EQ(S_OK, row->put_CustomProperty(name.get(), VariantOf(L"blue").get()));
+    EXPECT_EQ(S_OK, row->put_CustomProperty(nullptr, VariantOf(7L).get()));
     EXPECT_EQ(S_OK, row->get_CustomProperty(name.get(), &value.get()));
     EXPECT_EQ(L"blue", Text(value.get().bstrVal));
     EXPECT_EQ(TYPE_E_ELEMENTNOTFOUND, row->get_CustomProperty(Bstr(L"COLOUR").get(), value.put()));
-    EXPECT_EQ(S_OK, row->put_CustomProperty(nullptr, VariantOf(7L).get()));
-    EXPECT_EQ(S_OK, row->get_CustomProperty(nullptr, value.put()));
-    EXPECT_TRUE(value.type() == VT_I4 && value.get().lVal == 7);
 }
 
-// The object base and the enumerator answer null pointers with E_POINTER, the members of the
-// model's own interfaces with E_INVALIDARG, and the definitions collection with success; clients
-// have long relied on all three. Nothing a refused call was given is changed.
+// Each family answers null pointers its own way, and clients have long relied on all of them.
 TEST_F(Object, NullArgumentsGiveEachFamilyItsOwnAnswer) {
     auto o = Create<IQnPSCollection>(qnpsObjType_QnPSCollection);
     auto c = MakeColumn(L"Layout");
@@ -80,33 +75,31 @@ TEST_F(Object, NullArgumentsGiveEachFamilyItsOwnAnswer) {
     const auto v = VariantOf(5L);
     ComPtr<IUnknown> e;
     EXPECT_EQ(S_OK, o->get__NewEnum(e.put()));
-    IQnPSColumnDef* cOut = nullptr;
-    IQnPSProperty* pOut = nullptr;
-    IQnPSRow* rOut = nullptr;
-    UniqueVariant vOut;
     long order = 77;
 #define C(call) {#call, [&] { return call; }}
     const struct { HRESULT result; std::vector<std::pair<const char*, std::function<HRESULT()>>> calls; } families[] = {
         {E_POINTER, {C(r->QueryInterface(IID_IQnPSObject, nullptr)), C(r->get_Type(nullptr)),
                      C(r->get_CustomProperty(n, nullptr)), C(o->get__NewEnum(nullptr)),
                      C(e.query<IEnumVARIANT>()->Clone(nullptr))}},
-        {E_INVALIDARG,
-         {C(storage_->CreateQnPSObject(qnpsObjType_Table, nullptr)), C(o->get_Item(0, nullptr)),
+        {E_INVALIDARG, {C(storage_->CreateQnPSObject(qnpsObjType_Table, nullptr)), C(o->get_Item(0, nullptr)),
           C(storage_->CreateQnPSObject(qnpsObjType_QnPSObject, nullptr)), C(o->get_Count(nullptr)),
           C(o->get_LowBound(nullptr)), C(o->AddItem(nullptr)), C(c->get_Name(nullptr)), C(c->get_DispName(nullptr)),
           C(c->put_DispName(nullptr)), C(c->get_PropType(nullptr)), C(c->get_Direction(nullptr)),
-          C(c->get_Hidden(nullptr)), C(c->get_Order(nullptr)), C(d->get_ColumnDef(nullptr, &cOut)),
-          C(d->get_ColumnDef(n, nullptr)), C(p->get_ColumnDef(nullptr)), C(p->put_ColumnDef(nullptr)),
-          C(p->get_Value(nullptr)), C(r->get_RowID(nullptr)), C(r->put_RowID(nullptr)),
-          C(r->get_Property(nullptr, &pOut)), C(r->get_Property(n, nullptr)), C(rs->get_Row(nullptr, v.get(), &rOut)),
-          C(rs->get_Row(n, v.get(), nullptr)), C(rs->get_RowByID(nullptr, &rOut)), C(rs->get_RowByID(n, nullptr)),
-          C(rs->get_ColumnValues(nullptr, vOut.put())), C(rs->get_ColumnValues(n, nullptr)),
-          C(rs->get_UniqueColumnValues(nullptr, vOut.put())), C(rs->get_UniqueColumnValues(n, nullptr)),
+          C(c->get_Hidden(nullptr)), C(c->get_Order(nullptr)),
+          C(d->get_ColumnDef(nullptr, ComPtr<IQnPSColumnDef>().put())), C(d->get_ColumnDef(n, nullptr)),
+          C(p->get_ColumnDef(nullptr)), C(p->put_ColumnDef(nullptr)), C(p->get_Value(nullptr)),
+          C(r->get_RowID(nullptr)), C(r->put_RowID(nullptr)),
+          C(r->get_Property(nullptr, ComPtr<IQnPSProperty>().put())), C(r->get_Property(n, nullptr)),
+          C(rs->get_Row(nullptr, v.get(), ComPtr<IQnPSRow>().put())), C(rs->get_Row(n, v.get(), nullptr)),
+          C(rs->get_RowByID(nullptr, ComPtr<IQnPSRow>().put())), C(rs->get_RowByID(n, nullptr)),
+          C(rs->get_ColumnValues(nullptr, UniqueVariant().put())), C(rs->get_ColumnValues(n, nullptr)),
+          C(rs->get_UniqueColumnValues(nullptr, UniqueVariant().put())), C(rs->get_UniqueColumnValues(n, nullptr)),
           C(t->get_Application(nullptr)), C(t->GetColumnDefs(qnpsDefinitions_All, nullptr)),
           C(t->put_ColumnDefs(nullptr)), C(t->get_Rows(nullptr)), C(t->put_Rows(nullptr)),
-          C(t->get_LayoutsNames(nullptr)), C(t->get_Property(nullptr, n, &pOut)), C(t->get_Property(n, nullptr, &pOut)),
-          C(t->get_Property(n, n, nullptr)), C(t->get_TabOrderByLayoutName(n, nullptr)),
-          C(t->get_TabOrderByLayoutName(nullptr, &order)), C(t->get_TabOrderByLayoutName(empty.get(), &order))}},
+          C(t->get_LayoutsNames(nullptr)), C(t->get_Property(nullptr, n, ComPtr<IQnPSProperty>().put())),
+          C(t->get_Property(n, nullptr, ComPtr<IQnPSProperty>().put())), C(t->get_Property(n, n, nullptr)),
+          C(t->get_TabOrderByLayoutName(n, nullptr)), C(t->get_TabOrderByLayoutName(nullptr, &order)),
+          C(t->get_TabOrderByLayoutName(empty.get(), &order))}},
         {S_OK, {C(d->HasDefinition(c.get(), nullptr))}},
         {S_FALSE, {C(d->AddDefinition(nullptr))}}};
 #undef C
@@ -114,19 +107,15 @@ TEST_F(Object, NullArgumentsGiveEachFamilyItsOwnAnswer) {
         for (const auto& [call, make] : family.calls) EXPECT_EQ(family.result, make()) << call;
     }
     EXPECT_EQ(77, order);
-    EXPECT_EQ(0, CountOf(o.get()));
     EXPECT_EQ(0, CountOf(d.get()));
     EXPECT_TRUE(SameObject(Rows(t.get()).get(), rs.get()));
-    // Text fields keep what comes before an embedded null; a column's name may not be null, but the
-    // table's application may be cleared with it.
+    // Unlike a column's name, the application may be cleared with null.
     UniqueBstr embedded(::SysAllocStringLen(L"ab\0cd", 5)), text;
     EXPECT_EQ(S_OK, c->put_Name(embedded.get()));
     EXPECT_EQ(E_INVALIDARG, c->put_Name(nullptr));
     EXPECT_EQ(S_OK, c->get_Name(text.put()));
     EXPECT_EQ(L"ab", Text(text.get()));
-    EXPECT_EQ(S_OK, t->put_Application(embedded.get()));
-    EXPECT_EQ(S_OK, t->get_Application(text.put()));
-    EXPECT_EQ(L"ab", Text(text.get()));
+    EXPECT_EQ(S_OK, t->put_Application(name.get()));
     EXPECT_EQ(S_OK, t->put_Application(nullptr));
     BSTR none = Unwritten<OLECHAR>();
     EXPECT_EQ(S_OK, t->get_Application(&none));
@@ -147,19 +136,17 @@ TEST_F(Collection, ItemsKeepTheirOrderAndEnumeratorsWalkASnapshot) {
     ComPtr<IUnknown> unknown;
     ASSERT_EQ(S_OK, collection->get__NewEnum(unknown.put()));
     auto enumerator = unknown.query<IEnumVARIANT>();
-    EXPECT_EQ(5u, RefCount(items[0].get()));  // ours, and two entries' in the collection and the snapshot
     for (long index : {-1L, 4L}) {
         IQnPSObject* item = Unwritten<IQnPSObject>();
         EXPECT_EQ(E_INVALIDARG, collection->get_Item(index, &item));
         EXPECT_EQ(nullptr, item);
         EXPECT_EQ(E_INVALIDARG, collection->Remove(index));
     }
+    // An entry left behind or not given back would outlive the test.
     EXPECT_EQ(S_OK, collection->Remove(1));
-    EXPECT_EQ(2u, RefCount(items[1].get()));
     EXPECT_TRUE(SameObject(ItemOf(collection.get(), 1).get(), items[2].get()));
-    EXPECT_EQ(3, CountOf(collection.get()));
     EXPECT_EQ(S_OK, collection->RemoveAll());
-    EXPECT_EQ(3u, RefCount(items[0].get()));
+    EXPECT_EQ(0, CountOf(collection.get()));
     collection.reset();
     VARIANT batch[5];
     for (VARIANT& value : batch) ::VariantInit(&value);
@@ -169,7 +156,6 @@ TEST_F(Collection, ItemsKeepTheirOrderAndEnumeratorsWalkASnapshot) {
     for (size_t i = 0; i < 4; ++i) {
         EXPECT_TRUE(batch[i].vt == VT_DISPATCH && SameObject(batch[i].pdispVal, items[i % 3].get())) << i;
     }
-    EXPECT_EQ(VT_EMPTY, batch[4].vt);
     for (VARIANT& value : batch) ::VariantClear(&value);
     // A clone goes on from where it was made, on its own; a single item needs no count.
     EXPECT_EQ(S_OK, enumerator->Reset());
@@ -182,8 +168,7 @@ TEST_F(Collection, ItemsKeepTheirOrderAndEnumeratorsWalkASnapshot) {
     EXPECT_TRUE(SameObject(value.get().pdispVal, items[2].get()));
 }
 
-// Over no items, so that only the enumerator itself can hold the module.
-TEST_F(Collection, EnumeratorsAndClonesEachKeepTheModuleLoaded) {
+TEST_F(Collection, EnumeratorsAndClonesEachKeepTheModuleLoaded) {  // over no items, which would hold it too
     ComPtr<IUnknown> enumerator;
     ASSERT_EQ(S_OK, Create<IQnPSCollection>(qnpsObjType_QnPSCollection)->get__NewEnum(enumerator.put()));
     ComPtr<IEnumVARIANT> clone;
@@ -193,6 +178,55 @@ TEST_F(Collection, EnumeratorsAndClonesEachKeepTheModuleLoaded) {
     EXPECT_EQ(S_FALSE, ModuleCanUnloadNow());
     clone.reset();
     EXPECT_EQ(S_OK, ModuleCanUnloadNow());
+}
+
+// The enumerations' values are pinned by the script clients, which pass them as plain numbers.
+TEST_F(Object, TypeLibraryNamesTheModelWithItsDispatchIdentifiers) {
+    ComPtr<ITypeInfo> info;
+    ComPtr<ITypeLib> library;
+    UINT index = 0;
+    UniqueBstr name;
+    ASSERT_EQ(S_OK, storage_->GetTypeInfo(0, LOCALE_USER_DEFAULT, info.put()));
+    ASSERT_EQ(S_OK, info->GetContainingTypeLib(library.put(), &index));
+    std::wstring classes;
+    for (UINT i = 0; i < library->GetTypeInfoCount(); ++i) {
+        TYPEATTR* attributes = nullptr;
+        ASSERT_EQ(S_OK, library->GetTypeInfo(i, info.put()));
+        ASSERT_EQ(S_OK, info->GetTypeAttr(&attributes));
+        if (attributes->typekind == TKIND_COCLASS) {
+            ASSERT_EQ(S_OK, library->GetDocumentation(i, name.put(), nullptr, nullptr, nullptr));
+            classes += L" " + Text(name.get()) + ((attributes->wTypeFlags & TYPEFLAG_FCANCREATE) ? L"+" : L"");
+        }
+        info->ReleaseTypeAttr(attributes);
+    }
+    EXPECT_EQ(L" CQnPSObject CQnPSTable CQnPSObjCollection CQnPSColumnDef CQnPSColumnDefCollection CQnPSProperty"
+              L" CQnPSRow CQnPSRowCollection CQnPropStorage+", classes);
+    // Each member as name:DISPID, in the order the interface declares them.
+    const struct { qnpsObjectType type; const wchar_t* members; } types[] = {
+        {qnpsObjType_QnPropertyStorage,
+         L"Type:1 CustomProperty:2 CreateQnPSObject:11 ReadProperties:12 WriteProperties:13"},
+        {qnpsObjType_QnPSProperty, L"ColumnDef:11 Value:12"},
+        {qnpsObjType_ColumnDef, L"Name:11 DispName:12 PropType:13 Hidden:14 Direction:15 Order:16"},
+        {qnpsObjType_Table, L"GetColumnDefs:11 ColumnDefs:12 Rows:13 Application:14 Property:15 LayoutsNames:16 "
+                            L"TabOrderByLayoutName:17"},
+        {qnpsObjType_ColumnDefCollection, L"_NewEnum:-4 Item:0 Count:11 LowBound:12 AddItem:13 Remove:14 RemoveAll:15 "
+                                          L"ColumnDef:21 HasDefinition:22 AddDefinition:23"},
+        {qnpsObjType_Row, L"Property:21 RowID:22"},
+        {qnpsObjType_RowCollection, L"Row:21 RowByID:22 ColumnValues:23 UniqueColumnValues:24"}};
+    for (const auto& entry : types) {
+        const auto object = entry.type == qnpsObjType_QnPropertyStorage ? ComPtr<IQnPSObject>(storage_.get())
+                                                                         : Create<IQnPSObject>(entry.type);
+        std::wistringstream expected(entry.members);
+        std::wstring member, members;
+        while (std::getline(expected, member, L':')) {
+            DISPID id = DISPID_UNKNOWN;
+            LPOLESTR names[] = {member.data()};
+            EXPECT_EQ(S_OK, object->GetIDsOfNames(IID_NULL, names, 1, LOCALE_USER_DEFAULT, &id)) << Text(names[0]);
+            members += (members.empty() ? L"" : L" ") + member + L":" + std::to_wstring(id);
+            expected >> id >> std::ws;
+        }
+        EXPECT_EQ(entry.members, members);
+    }
 }
 
 }  // namespace
