@@ -28,7 +28,7 @@ TEST_F(Object, EachTypeAnswersItsInterfaceChainAndOnlyTheBaseAndStorageTypesAreR
         return letters;
     };
     const HRESULT unknownType = static_cast<HRESULT>(0x80048001);
-    const struct { long type; const wchar_t* faces; HRESULT result; } types[] = {
+    const struct { long type; const wchar_t* faces = nullptr; HRESULT result = S_OK; } types[] = {
         {qnpsObjType_QnPSCollection, L"EE--------i"}, {qnpsObjType_QnPSProperty, L"E-E-------i"},
         {qnpsObjType_ColumnDef, L"E--E------i"}, {qnpsObjType_Table, L"E---E-----i"},
         {qnpsObjType_ColumnDefCollection, L"Ei---iE---i"}, {qnpsObjType_Row, L"Ei-----E--i"},
@@ -40,9 +40,9 @@ TEST_F(Object, EachTypeAnswersItsInterfaceChainAndOnlyTheBaseAndStorageTypesAreR
         ASSERT_NE(Unwritten<IQnPSObject>(), made);
         const auto object = ComPtr<IQnPSObject>::Attach(made);
         EXPECT_EQ(entry.faces ? entry.faces : L"<none>", object ? answers(object.get()) : L"<none>") << entry.type;
-        qnpsObjectType reported = qnpsObjType_Unknown;
-        if (object) EXPECT_EQ(S_OK, object->get_Type(&reported));
-        if (object) EXPECT_EQ(entry.type, reported);
+        qnpsObjectType reported = static_cast<qnpsObjectType>(entry.type);
+        EXPECT_EQ(S_OK, object ? object->get_Type(&reported) : S_OK);
+        EXPECT_EQ(entry.type, reported);
     }
     EXPECT_EQ(L"E--------Ei", answers(storage_.get()));
 }

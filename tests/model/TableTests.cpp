@@ -140,7 +140,7 @@ TEST_F(Table, TabOrdersComeOnlyFromAnIntCellOfTheFirstRowOfEachLayout) {
         {L"Unlinked", nullptr, VariantOf(2L), -1}};
     for (const auto& row : rows) {
         auto added = Add(L"R", layout_.get(), VariantOf(row.layout).get());
-        if (row.order.type() != VT_EMPTY) EXPECT_EQ(S_OK, added->AddItem(MakeCell(row.column, row.order.get()).get()));
+        if (row.order.type() != VT_EMPTY) added->AddItem(MakeCell(row.column, row.order.get()).get());
     }
     for (const auto& row : rows) {
         long order = 99;
@@ -149,6 +149,9 @@ TEST_F(Table, TabOrdersComeOnlyFromAnIntCellOfTheFirstRowOfEachLayout) {
     }
     long order = 99;  // a table without rows has no tab orders
     EXPECT_EQ(S_OK, Create<IQnPSTable>(qnpsObjType_Table)->get_TabOrderByLayoutName(Bstr(L"Sheet1").get(), &order));
+    EXPECT_EQ(-1, order);
+    order = 99;
+    EXPECT_EQ(S_OK, table_->get_TabOrderByLayoutName(Bstr(L"Sheet0").get(), &order));
     EXPECT_EQ(-1, order);
     // A layout that cannot be read as text fails the question with the conversion's error.
     UniqueVariant error;
