@@ -180,7 +180,7 @@ TEST_F(Collection, EnumeratorsAndClonesEachKeepTheModuleLoaded) {  // over no it
     EXPECT_EQ(S_OK, ModuleCanUnloadNow());
 }
 
-// The enumerations' values are pinned by the script clients, which pass them as plain numbers.
+// The script clients pass the enumerations' values as plain numbers, which pins most of them.
 TEST_F(Object, TypeLibraryNamesTheModelWithItsDispatchIdentifiers) {
     ComPtr<ITypeInfo> info;
     ComPtr<ITypeLib> library;
