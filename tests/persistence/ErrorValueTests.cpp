@@ -30,6 +30,8 @@ const struct {
     {"<Other Version=\"1.01\">" + kSections + "</Other>", kWrongXmlFile},
     {Document("<Properties><Row RowID=\"R1\"/></Properties>"), kEmptyCollection},
     {Document("<ColumnDefs><A/></ColumnDefs>"), kEmptyCollection},
+    // Empty but present collections are a table.
+    {Document("<ColumnDefs/><Properties><Row RowID=\"R1\" A=\"x\"/></Properties>"), S_OK},
     // The version as a number: the leading number, and after a point that number times 100 plus
     // the number behind the point. 1 to 101 are read; a missing version is refused.
     {Document(kSections, " Application=\"Drafting\""), kWrongXmlFile},

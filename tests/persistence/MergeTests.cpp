@@ -8,9 +8,11 @@ namespace {
 using namespace qnps_test;
 
 const std::string kOldRoot = " Version=\"1.0\" Application=\"Drafting\" Owner=\"someone\"";
+// Long enough that the old document is read in more than one piece.
+const std::string kNote = "<Note>" + std::string(20000, 'k') + "</Note>";
 // R1 has a value in every column; Gone is a column the new table does not have.
 const std::string kOld = Document(
-    "<Note>kept</Note><ColumnDefs><Title DispName=\"Title\"/><Sheets DispName=\"Sheets\" Type=\"INT\"/>"
+    kNote + "<ColumnDefs><Title DispName=\"Title\"/><Sheets DispName=\"Sheets\" Type=\"INT\"/>"
     "<Scale DispName=\"Scale\" Type=\"DOUBLE\"/><Gone DispName=\"Gone\"/></ColumnDefs><Properties>"
     "<Row RowID=\"R1\" Title=\"Old one\" Sheets=\"3\" Scale=\"3FE0000000000000\" Gone=\"g1\"/>"
     "<Row RowID=\"R2\" Title=\"Old two\" Sheets=\"4\"/><Row RowID=\"R3\" Title=\"Old three\"/></Properties>",
@@ -26,7 +28,7 @@ const std::string kNewRows = "<Row RowID=\"r1\" Title=\"New one\"/>" + kOtherRow
 const std::string kCarried = "Sheets=\"3\" Scale=\"3FE0000000000000\"";
 
 std::string Merged(const std::string& defs, const std::string& rows, const std::string& root = kOldRoot) {
-    return Document("<Note>kept</Note>" + defs + "<Properties>" + rows + "</Properties>", root);
+    return Document(kNote + defs + "<Properties>" + rows + "</Properties>", root);
 }
 std::string Plain(const std::string& rows, const std::string& root = " Version=\"1.01\" Application=\"Drafting\"") {
     return Document(kDefs + "<Properties>" + rows + "</Properties>", root);

@@ -2,34 +2,19 @@
 
 namespace qnps_test {
 
+template <class T>
+UniqueVariant Variant(VARTYPE vt, T VARIANT::*member, T value) {
+    UniqueVariant result;
+    result.get().vt = vt;
+    result.get().*member = value;
+    return result;
+}
+UniqueVariant VariantOf(const wchar_t* text) { return Variant(VT_BSTR, &VARIANT::bstrVal, ::SysAllocString(text)); }
+UniqueVariant VariantOf(long value) { return Variant(VT_I4, &VARIANT::lVal, static_cast<LONG>(value)); }
+UniqueVariant VariantOfDouble(double value) { return Variant(VT_R8, &VARIANT::dblVal, value); }
 UniqueBstr Bstr(const wchar_t* text) { return com::CopyText(text); }
 std::wstring Text(BSTR text) { return std::wstring(text ? text : L"", com::BstrLength(text)); }
-
-UniqueVariant VariantOf(const wchar_t* text) {
-    UniqueVariant value;
-    value.get().vt = VT_BSTR;
-    value.get().bstrVal = ::SysAllocString(text);
-    return value;
-}
-
-UniqueVariant VariantOf(long value) {
-    UniqueVariant result;
-    result.get().vt = VT_I4;
-    result.get().lVal = value;
-    return result;
-}
-
-UniqueVariant VariantOfDouble(double value) {
-    UniqueVariant result;
-    result.get().vt = VT_R8;
-    result.get().dblVal = value;
-    return result;
-}
-
-ULONG RefCount(IUnknown* object) {
-    object->AddRef();
-    return object->Release();
-}
+ULONG RefCount(IUnknown* object) { return object->AddRef(), object->Release(); }
 
 HRESULT ModuleCanUnloadNow() {
     HMODULE module = ::GetModuleHandleW(L"QnPropStorage.dll");
@@ -94,8 +79,8 @@ std::wstring ColumnNames(IQnPSCollection* collection) {
 }
 
 void ComTest::SetUp() {
-    ASSERT_EQ(S_OK, ::CoCreateInstance(CLSID_CQnPropStorage, nullptr, CLSCTX_INPROC_SERVER,
-                                       IID_IQnPropertyStorage, storage_.put_void()));
+    ASSERT_EQ(S_OK, ::CoCreateInstance(CLSID_CQnPropStorage, nullptr, CLSCTX_INPROC_SERVER, IID_IQnPropertyStorage,
+                                       storage_.put_void()));
 }
 
 void ComTest::TearDown() {
@@ -113,14 +98,14 @@ ComPtr<IQnPSColumnDef> ComTest::MakeColumn(const wchar_t* name, qnpsPropertyType
 
 ComPtr<IQnPSProperty> ComTest::MakeCell(IQnPSColumnDef* column, const VARIANT& value) {
     auto cell = Create<IQnPSProperty>(qnpsObjType_QnPSProperty);
-    if (column) { EXPECT_EQ(S_OK, cell->put_ColumnDef(column)); }
+    EXPECT_EQ(S_OK, column ? cell->put_ColumnDef(column) : S_OK);
     EXPECT_EQ(S_OK, cell->put_Value(value));
     return cell;
 }
 
 ComPtr<IQnPSRow> ComTest::MakeRow(const wchar_t* id) {
     auto row = Create<IQnPSRow>(qnpsObjType_Row);
-    if (id) { EXPECT_EQ(S_OK, row->put_RowID(Bstr(id).get())); }
+    EXPECT_EQ(S_OK, id ? row->put_RowID(Bstr(id).get()) : S_OK);
     return row;
 }
 
@@ -128,7 +113,7 @@ ComPtr<IQnPSTable> ComTest::MakeTable(const wchar_t* application) {
     auto table = Create<IQnPSTable>(qnpsObjType_Table);
     EXPECT_EQ(S_OK, table->put_ColumnDefs(Create<IQnPSColumnDefCollection>(qnpsObjType_ColumnDefCollection).get()));
     EXPECT_EQ(S_OK, table->put_Rows(Create<IQnPSRowCollection>(qnpsObjType_RowCollection).get()));
-    if (application) { EXPECT_EQ(S_OK, table->put_Application(Bstr(application).get())); }
+    EXPECT_EQ(S_OK, application ? table->put_Application(Bstr(application).get()) : S_OK);
     return table;
 }
 
