@@ -5,7 +5,6 @@
 // a Value or CustomProperty put whose copy fails stores nothing and a text getter whose copy
 // fails answers a null string, both with S_OK. Nothing outlives a run.
 #include <climits>
-#include <cstdio>
 #include <functional>
 
 #include "persistence/PersistenceSupport.h"
@@ -29,10 +28,9 @@ const std::string kOld = Document(
 
 std::wstring TextOf(const VARIANT& value) {
     UniqueVariant text;
-    if (value.vt & VT_ARRAY) return ArrayText(value);
-    if (value.vt == VT_EMPTY) return L"<empty>";
-    if (FAILED(::VariantChangeTypeEx(text.put(), const_cast<VARIANT*>(&value), LOCALE_INVARIANT, 0, VT_BSTR))) return L"<?>";
-    return Text(text.get().bstrVal);
+    if (value.vt & VT_ARRAY || value.vt == VT_EMPTY) return value.vt == VT_EMPTY ? L"<empty>" : ArrayText(value);
+    const bool ok = SUCCEEDED(::VariantChangeTypeEx(text.put(), const_cast<VARIANT*>(&value), LOCALE_INVARIANT, 0, VT_BSTR));
+    return ok ? Text(text.get().bstrVal) : L"<?>";
 }
 
 std::wstring Wide(const std::string& bytes) { return std::wstring(bytes.begin(), bytes.end()); }
@@ -168,7 +166,6 @@ TEST_F(AllocationFailures, EachFailedAllocationEndsInOutOfMemoryOrTheRightResult
         AllocationFaults::Disarm();
         const long calls = AllocationFaults::Calls();
         ASSERT_GT(calls, 0) << scenario.name << " allocates nothing the hooks see";
-        std::printf("%s: %ld allocating calls\n", scenario.name, calls);
         const std::wstring expected = scenario.observe();
         Reset();
         for (const bool from : {false, true}) {
@@ -190,10 +187,8 @@ TEST_F(AllocationFailures, EachFailedAllocationEndsInOutOfMemoryOrTheRightResult
                     if (scenario.writes) { EXPECT_EQ(before, StreamBytes(stream_.get())); }
                 }
                 Reset();
-                storage_.reset();
-                ASSERT_EQ(S_OK, ModuleCanUnloadNow()) << "objects or locks outlived the failure";
-                ASSERT_EQ(S_OK, ::CoCreateInstance(CLSID_CQnPropStorage, nullptr, CLSCTX_INPROC_SERVER,
-                                                   IID_IQnPropertyStorage, storage_.put_void()));
+                TearDown();  // nothing may outlive the failure
+                ASSERT_NO_FATAL_FAILURE(SetUp());
             }
         }
     }

@@ -12,9 +12,6 @@ UniqueVariant Variant(VARTYPE vt, T VARIANT::*member, T value) {
 UniqueVariant VariantOf(const wchar_t* text) { return Variant(VT_BSTR, &VARIANT::bstrVal, ::SysAllocString(text)); }
 UniqueVariant VariantOf(long value) { return Variant(VT_I4, &VARIANT::lVal, static_cast<LONG>(value)); }
 UniqueVariant VariantOfDouble(double value) { return Variant(VT_R8, &VARIANT::dblVal, value); }
-UniqueBstr Bstr(const wchar_t* text) { return com::CopyText(text); }
-std::wstring Text(BSTR text) { return std::wstring(text ? text : L"", com::BstrLength(text)); }
-ULONG RefCount(IUnknown* object) { return object->AddRef(), object->Release(); }
 
 HRESULT ModuleCanUnloadNow() {
     HMODULE module = ::GetModuleHandleW(L"QnPropStorage.dll");
@@ -78,16 +75,6 @@ std::wstring ColumnNames(IQnPSCollection* collection) {
     return names;
 }
 
-void ComTest::SetUp() {
-    ASSERT_EQ(S_OK, ::CoCreateInstance(CLSID_CQnPropStorage, nullptr, CLSCTX_INPROC_SERVER, IID_IQnPropertyStorage,
-                                       storage_.put_void()));
-}
-
-void ComTest::TearDown() {
-    storage_.reset();
-    EXPECT_EQ(S_OK, ModuleCanUnloadNow()) << "objects or locks outlived the test";
-}
-
 ComPtr<IQnPSColumnDef> ComTest::MakeColumn(const wchar_t* name, qnpsPropertyType type, long order) {
     auto column = Create<IQnPSColumnDef>(qnpsObjType_ColumnDef);
     EXPECT_EQ(S_OK, column->put_Name(Bstr(name).get()));
@@ -115,18 +102,6 @@ ComPtr<IQnPSTable> ComTest::MakeTable(const wchar_t* application) {
     EXPECT_EQ(S_OK, table->put_Rows(Create<IQnPSRowCollection>(qnpsObjType_RowCollection).get()));
     EXPECT_EQ(S_OK, application ? table->put_Application(Bstr(application).get()) : S_OK);
     return table;
-}
-
-ComPtr<IQnPSColumnDefCollection1> ComTest::Definitions(IQnPSTable* table) {
-    ComPtr<IQnPSColumnDefCollection> all;
-    EXPECT_EQ(S_OK, table->GetColumnDefs(qnpsDefinitions_All, all.put()));
-    return all ? all.query<IQnPSColumnDefCollection1>() : ComPtr<IQnPSColumnDefCollection1>();
-}
-
-ComPtr<IQnPSRowCollection> ComTest::Rows(IQnPSTable* table) {
-    ComPtr<IQnPSRowCollection> rows;
-    EXPECT_EQ(S_OK, table->get_Rows(rows.put()));
-    return rows;
 }
 
 ComPtr<IQnPSRow> ComTest::AddRow(IQnPSTable* table, const wchar_t* id,

@@ -17,13 +17,13 @@ using com::ComPtr;
 using com::UniqueBstr;
 using com::UniqueVariant;
 
-UniqueBstr Bstr(const wchar_t* text);
-std::wstring Text(BSTR text);
+inline UniqueBstr Bstr(const wchar_t* text) { return com::CopyText(text); }
+inline std::wstring Text(BSTR text) { return std::wstring(text ? text : L"", com::BstrLength(text)); }
 UniqueVariant VariantOf(const wchar_t* text);
 UniqueVariant VariantOf(long value);
 UniqueVariant VariantOfDouble(double value);
 // After one AddRef/Release pair.
-ULONG RefCount(IUnknown* object);
+inline ULONG RefCount(IUnknown* object) { return object->AddRef(), object->Release(); }
 // S_OK once every object and lock of the library is gone.
 HRESULT ModuleCanUnloadNow();
 // The elements of a VT_ARRAY | VT_VARIANT as texts, comma-separated ("<empty>", "<null>").
@@ -46,8 +46,14 @@ std::wstring ColumnNames(IQnPSCollection* collection);
 // Creates the storage object through the registry, as a host does; at the end, nothing may be left.
 class ComTest : public ::testing::Test {
 protected:
-    void SetUp() override;
-    void TearDown() override;
+    void SetUp() override {
+        ASSERT_EQ(S_OK, ::CoCreateInstance(CLSID_CQnPropStorage, nullptr, CLSCTX_INPROC_SERVER,
+                                           IID_IQnPropertyStorage, storage_.put_void()));
+    }
+    void TearDown() override {
+        storage_.reset();
+        EXPECT_EQ(S_OK, ModuleCanUnloadNow()) << "objects or locks outlived the test";
+    }
 
     template <class T>
     ComPtr<T> Create(qnpsObjectType type) {
@@ -60,8 +66,16 @@ protected:
     ComPtr<IQnPSProperty> MakeCell(IQnPSColumnDef* column, const VARIANT& value);
     ComPtr<IQnPSRow> MakeRow(const wchar_t* id);
     ComPtr<IQnPSTable> MakeTable(const wchar_t* application = nullptr);
-    ComPtr<IQnPSColumnDefCollection1> Definitions(IQnPSTable* table);
-    ComPtr<IQnPSRowCollection> Rows(IQnPSTable* table);
+    ComPtr<IQnPSColumnDefCollection1> Definitions(IQnPSTable* table) {
+        ComPtr<IQnPSColumnDefCollection> all;
+        EXPECT_EQ(S_OK, table->GetColumnDefs(qnpsDefinitions_All, all.put()));
+        return all ? all.query<IQnPSColumnDefCollection1>() : ComPtr<IQnPSColumnDefCollection1>();
+    }
+    ComPtr<IQnPSRowCollection> Rows(IQnPSTable* table) {
+        ComPtr<IQnPSRowCollection> rows;
+        EXPECT_EQ(S_OK, table->get_Rows(rows.put()));
+        return rows;
+    }
     ComPtr<IQnPSRow> AddRow(IQnPSTable* table, const wchar_t* id,
                             std::initializer_list<std::pair<IQnPSColumnDef*, const VARIANT*>> cells);
 

@@ -18,11 +18,6 @@ CompoundFile::CompoundFile(const wchar_t* path) : path_(path ? path : L"") {
     }
 }
 
-CompoundFile::~CompoundFile() {
-    storage_.reset();
-    if (!path_.empty()) ::DeleteFileW(path_.c_str());
-}
-
 ComPtr<IStream> CompoundFile::CreateStream(const wchar_t* name) {
     ComPtr<IStream> stream;
     EXPECT_EQ(S_OK, storage_->CreateStream(name, kCreate, 0, 0, stream.put()));
@@ -34,8 +29,6 @@ ComPtr<IStream> CompoundFile::OpenStream(DWORD access, const wchar_t* name) {
     EXPECT_EQ(S_OK, storage_->OpenStream(name, nullptr, access | STGM_SHARE_EXCLUSIVE, 0, stream.put()));
     return stream;
 }
-
-void Rewind(IStream* stream) { EXPECT_EQ(S_OK, stream->Seek(LARGE_INTEGER{}, STREAM_SEEK_SET, nullptr)); }
 
 std::string StreamBytes(IStream* stream) {
     Rewind(stream);

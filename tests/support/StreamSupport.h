@@ -12,7 +12,10 @@ inline constexpr char kDeclaration[] = "<?xml version=\"1.0\" encoding=\"UTF-8\"
 class CompoundFile {
 public:
     explicit CompoundFile(const wchar_t* path = nullptr);
-    ~CompoundFile();
+    ~CompoundFile() {
+        storage_.reset();
+        if (!path_.empty()) ::DeleteFileW(path_.c_str());
+    }
     ComPtr<IStream> CreateStream(const wchar_t* name = L"Properties");
     // `access`: STGM_READ or STGM_READWRITE.
     ComPtr<IStream> OpenStream(DWORD access, const wchar_t* name = L"Properties");
@@ -30,7 +33,7 @@ void SetStreamBytes(IStream* stream, const std::string& bytes);
 std::string StreamText(IStream* stream);
 // Over the host's own memory; it reports no access mode, which a writer takes as read-only.
 ComPtr<IStream> HGlobalStream(const std::string& bytes = std::string());
-void Rewind(IStream* stream);
+inline void Rewind(IStream* stream) { EXPECT_EQ(S_OK, stream->Seek(LARGE_INTEGER{}, STREAM_SEEK_SET, nullptr)); }
 // With QNPS_WRITTEN_DOCUMENTS set, copies the document there for the schema check, through a clone.
 void KeepWrittenDocument(IStream* stream);
 
