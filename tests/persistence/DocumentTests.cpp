@@ -8,20 +8,23 @@ using namespace qnps_test;
 
 using Documents = PersistenceTest;
 
-// The sample's worked example covers most column attributes; these are the ones it leaves out.
+// The sample's worked example covers most column attributes; these are the ones it leaves out,
+// written together with a direction so that the schema check sees every column attribute.
 TEST_F(Documents, HiddenColumnsAndRowsWithoutIdentifier) {
     auto sheets = MakeColumn(L"Sheets", qnpsPropType_Int, 1);
     ASSERT_EQ(S_OK, sheets->put_Hidden(VARIANT_TRUE));
+    ASSERT_EQ(S_OK, sheets->put_Direction(qnpsPropDirection_FromDocument));
     auto table = OneCellTable(L"Drafting", sheets.get(), VariantOf(3L).get(), nullptr);
     AddRow(table.get(), L"R2", {{sheets.get(), &UniqueVariant().get()}});
     auto stream = file_.CreateStream();
     ASSERT_EQ(S_OK, Write(stream.get(), table.get()));
-    EXPECT_EQ(Document("<ColumnDefs><Sheets DispName=\"Sheets\" Type=\"INT\" Hidden=\"1\" Order=\"1\"/></ColumnDefs>"
+    EXPECT_EQ(Document("<ColumnDefs><Sheets DispName=\"Sheets\" Direction=\"FromDocument\" Type=\"INT\" Hidden=\"1\" "
+                       "Order=\"1\"/></ColumnDefs>"
                        "<Properties><Row RowID=\"\" Sheets=\"3\"/><Row RowID=\"R2\"/></Properties>"),
               StreamText(stream.get()));
     auto back = Read(stream.get());
     EXPECT_EQ(L"[][R2]", RowIds(back.get()));
-    EXPECT_EQ(L"Sheets,INT,Any,1,hidden", ColumnText(back.get(), L"sheets"));
+    EXPECT_EQ(L"Sheets,INT,FromDocument,1,hidden", ColumnText(back.get(), L"sheets"));
     // Looked up without case; R2 has a cell for Sheets, empty.
     EXPECT_EQ(L"EMPTY", CellText(back.get(), L"r2", L"SHEETS"));
 }
