@@ -8,9 +8,11 @@ namespace {
 using namespace qnps_test;
 
 const std::string kOldRoot = " Version=\"1.0\" Application=\"Drafting\" Owner=\"someone\"";
+// Long enough that the old document is read in more than one piece.
+const std::string kNote = "<Note>" + std::string(20000, 'k') + "</Note>";
 // R1 has a value in every column; Gone is a column the new table does not have.
 const std::string kOld = Document(
-    "<Note>kept</Note><ColumnDefs><Title DispName=\"Title\"/><Sheets DispName=\"Sheets\" Type=\"INT\"/>"
+    kNote + "<ColumnDefs><Title DispName=\"Title\"/><Sheets DispName=\"Sheets\" Type=\"INT\"/>"
     "<Scale DispName=\"Scale\" Type=\"DOUBLE\"/><Gone DispName=\"Gone\"/></ColumnDefs><Properties>"
     "<Row RowID=\"R1\" Title=\"Old one\" Sheets=\"3\" Scale=\"3FE0000000000000\" Gone=\"g1\"/>"
     "<Row RowID=\"R2\" Title=\"Old two\" Sheets=\"4\"/><Row RowID=\"R3\" Title=\"Old three\"/></Properties>",
@@ -26,7 +28,7 @@ const std::string kNewRows = "<Row RowID=\"r1\" Title=\"New one\"/>" + kOtherRow
 const std::string kCarried = "Sheets=\"3\" Scale=\"3FE0000000000000\"";
 
 std::string Merged(const std::string& defs, const std::string& rows, const std::string& root = kOldRoot) {
-    return Document("<Note>kept</Note>" + defs + "<Properties>" + rows + "</Properties>", root);
+    return Document(kNote + defs + "<Properties>" + rows + "</Properties>", root);
 }
 std::string Plain(const std::string& rows, const std::string& root = " Version=\"1.01\" Application=\"Drafting\"") {
     return Document(kDefs + "<Properties>" + rows + "</Properties>", root);
@@ -75,9 +77,12 @@ const MergeCase kMerges[] = {
     // A root without Application gets none, with or without overwriting.
     {kWithoutApplication, qnpsWriteNormal, Plain(kNewRows, " Version=\"1.01\"")},
     {kWithoutApplication, qnpsOverwrite, Plain(kNewRows, " Version=\"1.01\"")},
-    // Foreign children stay, and the sections go after them.
-    {Document("<ColumnDefs><Gone/></ColumnDefs><Before/><Properties/><After a=\"1\"/>"), qnpsWriteNormal,
-     Document("<Before/><After a=\"1\"/>" + kDefs + "<Properties>" + kNewRows + "</Properties>")},
+    // Foreign children stay and the sections go after them. Only direct children are removed, but
+    // sections are filled as found by name at any depth: a nested Properties, coming first, gets
+    // the rows (and is where a read finds them), the new one stays empty.
+    {Document("<ColumnDefs><Gone/></ColumnDefs><Before><Properties/></Before><Properties/><After a=\"1\"/>"),
+     qnpsWriteNormal,
+     Document("<Before><Properties>" + kNewRows + "</Properties></Before><After a=\"1\"/>" + kDefs + "<Properties/>")},
     // What cannot be read as a table is written over without merging or comparing the application;
     // its root, version included, stays as it was.
     {Merged(kDefs, "<Row RowID=\"R1\" Sheets=\"3\"/>", " Version=\"2.0\" Application=\"Drafting\""), qnpsWriteNormal,
@@ -97,13 +102,10 @@ protected:
     // Its columns are new each time: a write changes the Double column's type.
     ComPtr<IQnPSTable> NewTable(const wchar_t* application, qnpsPropertyDirection titleDirection) {
         auto table = MakeTable(application);
-        auto title = MakeColumn(L"Title");
+        auto title = MakeColumn(L"Title"), sheets = MakeColumn(L"Sheets", qnpsPropType_Int);
         EXPECT_EQ(S_OK, title->put_Direction(titleDirection));
-        auto sheets = MakeColumn(L"Sheets", qnpsPropType_Int);
         auto scale = MakeColumn(L"Scale", qnpsPropType_Double);
-        for (auto* column : {title.get(), sheets.get(), scale.get()}) {
-            EXPECT_EQ(S_OK, Definitions(table.get())->AddDefinition(column));
-        }
+        for (auto* column : {title.get(), sheets.get(), scale.get()}) Definitions(table.get())->AddDefinition(column);
         const auto one = VariantOf(L"New one"), two = VariantOf(L"New two"), four = VariantOf(L"Four");
         const UniqueVariant empty;
         AddRow(table.get(), L"r1", {{title.get(), &one.get()}});

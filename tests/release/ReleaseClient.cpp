@@ -13,7 +13,6 @@
 
 namespace {
 
-using com::ComPtr;
 using com::UniqueVariant;
 
 struct Failure {
@@ -25,80 +24,64 @@ void Check(HRESULT hr, const std::string& step) {
     if (FAILED(hr)) throw Failure{step, hr};
 }
 
-std::string Narrow(const wchar_t* text) { return std::string(text, text + wcslen(text)); }
-
-UniqueVariant Invoke(IDispatch* object, const wchar_t* name, WORD flags, VARIANT* args = nullptr,
-                     UINT count = 0) {
-    DISPID id = DISPID_UNKNOWN;
+UniqueVariant Invoke(IDispatch* object, const wchar_t* name, WORD flags, VARIANT* arg = nullptr) {
+    const std::string step = std::string(name, name + wcslen(name));
+    DISPID id = DISPID_UNKNOWN, putId = DISPID_PROPERTYPUT;
     LPOLESTR names[] = {const_cast<LPOLESTR>(name)};
-    Check(object->GetIDsOfNames(IID_NULL, names, 1, LOCALE_USER_DEFAULT, &id),
-          "GetIDsOfNames(" + Narrow(name) + ")");
-    DISPID putId = DISPID_PROPERTYPUT;
-    DISPPARAMS params{args, nullptr, count, 0};
-    if (flags == DISPATCH_PROPERTYPUT) {
-        params.rgdispidNamedArgs = &putId;
-        params.cNamedArgs = 1;
-    }
+    Check(object->GetIDsOfNames(IID_NULL, names, 1, LOCALE_USER_DEFAULT, &id), "GetIDsOfNames(" + step + ")");
+    const bool put = flags == DISPATCH_PROPERTYPUT;
+    DISPPARAMS params{arg, put ? &putId : nullptr, arg ? 1u : 0u, put ? 1u : 0u};
     UniqueVariant result;
-    Check(object->Invoke(id, IID_NULL, LOCALE_USER_DEFAULT, flags, &params,
-                         flags == DISPATCH_PROPERTYPUT ? nullptr : result.put(), nullptr, nullptr),
-          "Invoke(" + Narrow(name) + ")");
+    Check(object->Invoke(id, IID_NULL, LOCALE_USER_DEFAULT, flags, &params, put ? nullptr : result.put(), nullptr,
+                         nullptr), "Invoke(" + step + ")");
     return result;
 }
 
 // Makes a table through the storage object and reads two of its properties back.
 void UseStorage(const CLSID& clsid, const char* label) {
-    ComPtr<IDispatch> storage;
+    com::ComPtr<IDispatch> storage;
     Check(::CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, IID_IDispatch, storage.put_void()),
           "CoCreateInstance");
-    VARIANT type;
+    VARIANT type{};
     type.vt = VT_I4;
     type.lVal = qnpsObjType_Table;
-    UniqueVariant table = Invoke(storage.get(), L"CreateQnPSObject", DISPATCH_METHOD, &type, 1);
+    UniqueVariant table = Invoke(storage.get(), L"CreateQnPSObject", DISPATCH_METHOD, &type);
     if (table.get().vt != VT_DISPATCH || !table.get().pdispVal) throw Failure{"CreateQnPSObject", S_FALSE};
-    IDispatch* tableDispatch = table.get().pdispVal;
     UniqueVariant application;
     application.get().vt = VT_BSTR;
     application.get().bstrVal = ::SysAllocString(L"Release");
-    Invoke(tableDispatch, L"Application", DISPATCH_PROPERTYPUT, &application.get(), 1);
-    UniqueVariant typeRead = Invoke(tableDispatch, L"Type", DISPATCH_PROPERTYGET);
-    UniqueVariant applicationRead = Invoke(tableDispatch, L"Application", DISPATCH_PROPERTYGET);
+    Invoke(table.get().pdispVal, L"Application", DISPATCH_PROPERTYPUT, &application.get());
+    UniqueVariant typeRead = Invoke(table.get().pdispVal, L"Type", DISPATCH_PROPERTYGET);
+    UniqueVariant applicationRead = Invoke(table.get().pdispVal, L"Application", DISPATCH_PROPERTYGET);
     Check(::VariantChangeType(&typeRead.get(), &typeRead.get(), 0, VT_I4), "Type as VT_I4");
     if (applicationRead.get().vt != VT_BSTR) throw Failure{"Application as VT_BSTR", DISP_E_TYPEMISMATCH};
-    std::printf("%s: Type %ld, Application %ls\n", label, typeRead.get().lVal,
-                applicationRead.get().bstrVal);
+    std::printf("%s: Type %ld, Application %ls\n", label, typeRead.get().lVal, applicationRead.get().bstrVal);
 }
 
 }  // namespace
 
 int main() {
     if (FAILED(::CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED))) return 2;
-    const struct {
-        const char* label;
-        const wchar_t* progId;
-    } ways[] = {{"CLSID", nullptr},
-                {"QnPropStorage.CQnPropStorage.1", L"QnPropStorage.CQnPropStorage.1"},
-                {"QnPropStorage.CQnPropStorage", L"QnPropStorage.CQnPropStorage"}};
+    const wchar_t* progIds[] = {nullptr, L"QnPropStorage.CQnPropStorage.1", L"QnPropStorage.CQnPropStorage"};
     int result = 0;
-    const char* current = "type library";
+    std::string current;
     try {
-        for (const auto& way : ways) {
-            current = way.label;
+        for (const wchar_t* progId : progIds) {
+            current = progId ? std::string(progId, progId + wcslen(progId)) : "CLSID";
             // Through a manifest a ProgID may answer an alias of the class identifier: only what
             // the object does is compared, never the identifier.
             CLSID clsid = CLSID_CQnPropStorage;
-            if (way.progId) Check(::CLSIDFromProgID(way.progId, &clsid), "CLSIDFromProgID");
-            UseStorage(clsid, way.label);
+            if (progId) Check(::CLSIDFromProgID(progId, &clsid), "CLSIDFromProgID");
+            UseStorage(clsid, current.c_str());
         }
         current = "type library";
-        ComPtr<ITypeLib> library;
-        Check(::LoadRegTypeLib(LIBID_QnPropStorageLib, 1, 0, LOCALE_NEUTRAL, library.put()),
-              "LoadRegTypeLib");
+        com::ComPtr<ITypeLib> library;
+        Check(::LoadRegTypeLib(LIBID_QnPropStorageLib, 1, 0, LOCALE_NEUTRAL, library.put()), "LoadRegTypeLib");
         com::UniqueBstr name;
         Check(library->GetDocumentation(-1, name.put(), nullptr, nullptr, nullptr), "GetDocumentation");
         std::printf("type library: %ls\n", name.get());
     } catch (const Failure& failure) {
-        std::printf("%s: %s failed: 0x%08lX\n", current, failure.step.c_str(),
+        std::printf("%s: %s failed: 0x%08lX\n", current.c_str(), failure.step.c_str(),
                     static_cast<unsigned long>(failure.hr));
         result = 1;
     }

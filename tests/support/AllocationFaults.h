@@ -4,24 +4,18 @@
 
 #include "com/Platform.h"
 
-namespace qnps_test {
-
-// Fails the library's allocations on demand. It rewrites the library module's import table, so
-// every allocation the library makes (its own C++ runtime's and the automation runtime's strings,
-// arrays, variant copies and conversions, and the parser objects it creates) passes through a
-// counter that fails a chosen call.
-namespace AllocationFaults {
+// Fails the library's allocations on demand by rewriting its module's import table: its C++
+// runtime's and the automation runtime's allocations, variant copies and conversions, and the
+// parser objects it creates all pass a counter that fails a chosen call.
+namespace qnps_test::AllocationFaults {
 
 // Once per process, after the library is loaded.
 void Install(HMODULE library);
-// Counts from zero again and fails the `failAt`-th call; with `from`, that call and every later one.
+// Counts from zero and fails the `failAt`-th call; with `from`, every later one too.
 void Arm(long failAt, bool from = false);
-// Stops failing; the count stays readable.
 void Disarm();
 long Calls();
-// The name of the function whose call was failed, empty when none was.
+// The failed function's name, empty when none failed.
 std::string Failed();
 
-}  // namespace AllocationFaults
-
-}  // namespace qnps_test
+}  // namespace qnps_test::AllocationFaults

@@ -1,44 +1,22 @@
 #include "support/ComTestSupport.h"
 
-#include <sstream>
-
 namespace qnps_test {
 
-UniqueBstr Bstr(const wchar_t* text) { return com::CopyText(text); }
-
-std::wstring Text(BSTR text) { return std::wstring(text ? text : L"", com::BstrLength(text)); }
-
-UniqueVariant VariantOf(const wchar_t* text) {
-    UniqueVariant value;
-    value.get().vt = VT_BSTR;
-    value.get().bstrVal = ::SysAllocString(text);
-    return value;
-}
-
-UniqueVariant VariantOf(long value) {
+template <class T>
+UniqueVariant Variant(VARTYPE vt, T VARIANT::*member, T value) {
     UniqueVariant result;
-    result.get().vt = VT_I4;
-    result.get().lVal = value;
+    result.get().vt = vt;
+    result.get().*member = value;
     return result;
 }
-
-UniqueVariant VariantOfDouble(double value) {
-    UniqueVariant result;
-    result.get().vt = VT_R8;
-    result.get().dblVal = value;
-    return result;
-}
-
-ULONG RefCount(IUnknown* object) {
-    object->AddRef();
-    return object->Release();
-}
+UniqueVariant VariantOf(const wchar_t* text) { return Variant(VT_BSTR, &VARIANT::bstrVal, ::SysAllocString(text)); }
+UniqueVariant VariantOf(long value) { return Variant(VT_I4, &VARIANT::lVal, static_cast<LONG>(value)); }
+UniqueVariant VariantOfDouble(double value) { return Variant(VT_R8, &VARIANT::dblVal, value); }
 
 HRESULT ModuleCanUnloadNow() {
     HMODULE module = ::GetModuleHandleW(L"QnPropStorage.dll");
-    if (!module) return S_OK;  // never loaded, or already unloaded
-    using CanUnloadNow = HRESULT(STDAPICALLTYPE*)();
-    auto entry = reinterpret_cast<CanUnloadNow>(
+    if (!module) return S_OK;
+    auto entry = reinterpret_cast<HRESULT(STDAPICALLTYPE*)()>(
         reinterpret_cast<void*>(::GetProcAddress(module, "DllCanUnloadNow")));
     return entry ? entry() : E_FAIL;
 }
@@ -48,25 +26,19 @@ std::wstring ArrayText(const VARIANT& array) {
     LONG lower = 0, upper = -1;
     ::SafeArrayGetLBound(array.parray, 1, &lower);
     ::SafeArrayGetUBound(array.parray, 1, &upper);
-    std::wostringstream text;
+    std::wstring text;
     for (LONG i = lower; i <= upper; ++i) {
-        UniqueVariant element;
+        UniqueVariant element, asText;
         ::SafeArrayGetElement(array.parray, &i, element.put());
-        if (i > lower) text << L",";
-        if (element.type() == VT_EMPTY) {
-            text << L"<empty>";
-        } else if (element.type() == VT_NULL) {
-            text << L"<null>";
+        text += i > lower ? L"," : L"";
+        if (element.type() == VT_EMPTY || element.type() == VT_NULL) {
+            text += element.type() == VT_EMPTY ? L"<empty>" : L"<null>";
         } else {
-            UniqueVariant asText;
-            if (SUCCEEDED(::VariantChangeType(asText.put(), &element.get(), 0, VT_BSTR))) {
-                text << Text(asText.get().bstrVal);
-            } else {
-                text << L"<?>";
-            }
+            const bool ok = SUCCEEDED(::VariantChangeType(asText.put(), &element.get(), 0, VT_BSTR));
+            text += ok ? Text(asText.get().bstrVal) : L"<?>";
         }
     }
-    return text.str();
+    return text;
 }
 
 bool Answers(IUnknown* object, REFIID iid) {
@@ -75,11 +47,9 @@ bool Answers(IUnknown* object, REFIID iid) {
 }
 
 bool SameObject(IUnknown* a, IUnknown* b) {
-    if (!a || !b) return false;  // a missing object fails the check instead of crashing the run
     ComPtr<IUnknown> first, second;
-    if (a->QueryInterface(IID_IUnknown, first.put_void()) != S_OK) return false;
-    if (b->QueryInterface(IID_IUnknown, second.put_void()) != S_OK) return false;
-    return first.get() == second.get();
+    return a && b && a->QueryInterface(IID_IUnknown, first.put_void()) == S_OK &&
+           b->QueryInterface(IID_IUnknown, second.put_void()) == S_OK && first.get() == second.get();
 }
 
 long CountOf(IQnPSCollection* collection) {
@@ -96,28 +66,13 @@ ComPtr<IQnPSObject> ItemOf(IQnPSCollection* collection, long index) {
 
 std::wstring ColumnNames(IQnPSCollection* collection) {
     std::wstring names;
-    const long count = CountOf(collection);
-    for (long i = 0; i < count; ++i) {
-        if (i > 0) names += L",";
+    for (long i = 0, count = CountOf(collection); i < count; ++i) {
         auto column = ItemOf(collection, i).try_query<IQnPSColumnDef>();
         UniqueBstr name;
-        if (column && column->get_Name(name.put()) == S_OK) {
-            names += Text(name.get());
-        } else {
-            names += L"?";
-        }
+        const bool named = column && column->get_Name(name.put()) == S_OK;
+        names += (i > 0 ? L"," : L"") + (named ? Text(name.get()) : L"?");
     }
     return names;
-}
-
-void ComTest::SetUp() {
-    ASSERT_EQ(S_OK, ::CoCreateInstance(CLSID_CQnPropStorage, nullptr, CLSCTX_INPROC_SERVER,
-                                       IID_IQnPropertyStorage, storage_.put_void()));
-}
-
-void ComTest::TearDown() {
-    storage_.reset();
-    EXPECT_EQ(S_OK, ModuleCanUnloadNow()) << "objects or locks outlived the test";
 }
 
 ComPtr<IQnPSColumnDef> ComTest::MakeColumn(const wchar_t* name, qnpsPropertyType type, long order) {
@@ -130,52 +85,29 @@ ComPtr<IQnPSColumnDef> ComTest::MakeColumn(const wchar_t* name, qnpsPropertyType
 
 ComPtr<IQnPSProperty> ComTest::MakeCell(IQnPSColumnDef* column, const VARIANT& value) {
     auto cell = Create<IQnPSProperty>(qnpsObjType_QnPSProperty);
-    if (column) {
-        EXPECT_EQ(S_OK, cell->put_ColumnDef(column));
-    }
+    EXPECT_EQ(S_OK, column ? cell->put_ColumnDef(column) : S_OK);
     EXPECT_EQ(S_OK, cell->put_Value(value));
     return cell;
 }
 
 ComPtr<IQnPSRow> ComTest::MakeRow(const wchar_t* id) {
     auto row = Create<IQnPSRow>(qnpsObjType_Row);
-    if (id) {
-        EXPECT_EQ(S_OK, row->put_RowID(Bstr(id).get()));
-    }
+    EXPECT_EQ(S_OK, id ? row->put_RowID(Bstr(id).get()) : S_OK);
     return row;
 }
 
 ComPtr<IQnPSTable> ComTest::MakeTable(const wchar_t* application) {
     auto table = Create<IQnPSTable>(qnpsObjType_Table);
-    auto definitions = Create<IQnPSColumnDefCollection>(qnpsObjType_ColumnDefCollection);
-    auto rows = Create<IQnPSRowCollection>(qnpsObjType_RowCollection);
-    EXPECT_EQ(S_OK, table->put_ColumnDefs(definitions.get()));
-    EXPECT_EQ(S_OK, table->put_Rows(rows.get()));
-    if (application) {
-        EXPECT_EQ(S_OK, table->put_Application(Bstr(application).get()));
-    }
+    EXPECT_EQ(S_OK, table->put_ColumnDefs(Create<IQnPSColumnDefCollection>(qnpsObjType_ColumnDefCollection).get()));
+    EXPECT_EQ(S_OK, table->put_Rows(Create<IQnPSRowCollection>(qnpsObjType_RowCollection).get()));
+    EXPECT_EQ(S_OK, application ? table->put_Application(Bstr(application).get()) : S_OK);
     return table;
-}
-
-ComPtr<IQnPSColumnDefCollection1> ComTest::Definitions(IQnPSTable* table) {
-    ComPtr<IQnPSColumnDefCollection> all;
-    EXPECT_EQ(S_OK, table->GetColumnDefs(qnpsDefinitions_All, all.put()));
-    return all ? all.query<IQnPSColumnDefCollection1>() : ComPtr<IQnPSColumnDefCollection1>();
-}
-
-ComPtr<IQnPSRowCollection> ComTest::Rows(IQnPSTable* table) {
-    ComPtr<IQnPSRowCollection> rows;
-    EXPECT_EQ(S_OK, table->get_Rows(rows.put()));
-    return rows;
 }
 
 ComPtr<IQnPSRow> ComTest::AddRow(IQnPSTable* table, const wchar_t* id,
                                  std::initializer_list<std::pair<IQnPSColumnDef*, const VARIANT*>> cells) {
     auto row = MakeRow(id);
-    for (const auto& [column, value] : cells) {
-        auto cell = MakeCell(column, *value);
-        EXPECT_EQ(S_OK, row->AddItem(cell.get()));
-    }
+    for (const auto& [column, value] : cells) EXPECT_EQ(S_OK, row->AddItem(MakeCell(column, *value).get()));
     EXPECT_EQ(S_OK, Rows(table)->AddItem(row.get()));
     return row;
 }

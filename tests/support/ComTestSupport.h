@@ -17,46 +17,43 @@ using com::ComPtr;
 using com::UniqueBstr;
 using com::UniqueVariant;
 
-// A string the test owns; aborts the test on allocation failure.
-UniqueBstr Bstr(const wchar_t* text);
-std::wstring Text(BSTR text);
-
+inline UniqueBstr Bstr(const wchar_t* text) { return com::CopyText(text); }
+inline std::wstring Text(BSTR text) { return std::wstring(text ? text : L"", com::BstrLength(text)); }
 UniqueVariant VariantOf(const wchar_t* text);
 UniqueVariant VariantOf(long value);
 UniqueVariant VariantOfDouble(double value);
-
-// The reference count an object reports after one AddRef/Release pair.
-ULONG RefCount(IUnknown* object);
-
-// What the library's DllCanUnloadNow answers now: S_OK once every object and lock is gone.
+// After one AddRef/Release pair.
+inline ULONG RefCount(IUnknown* object) { return object->AddRef(), object->Release(); }
+// S_OK once every object and lock of the library is gone.
 HRESULT ModuleCanUnloadNow();
-
-// The element values of a VT_ARRAY | VT_VARIANT as one text each (VT_EMPTY as "<empty>").
+// The elements of a VT_ARRAY | VT_VARIANT as texts, comma-separated ("<empty>", "<null>").
 std::wstring ArrayText(const VARIANT& array);
 
-// A pointer value no object has: an out-parameter still holding it was never written.
+// A pointer no object has: an out-parameter still holding it was never written.
 template <class T>
 T* Unwritten() {
     return reinterpret_cast<T*>(static_cast<std::uintptr_t>(0xBADC0DE));
 }
 
-// Whether the object answers QueryInterface for `iid`; the reference taken is given back.
 bool Answers(IUnknown* object, REFIID iid);
-// Whether two pointers reach the same COM object (same IUnknown identity); never for null.
+// Same IUnknown identity; false for null, so a missing object fails instead of crashing.
 bool SameObject(IUnknown* a, IUnknown* b);
-
 long CountOf(IQnPSCollection* collection);
 ComPtr<IQnPSObject> ItemOf(IQnPSCollection* collection, long index);
-// The names of the items of a collection, comma-separated; "?" for an item that is not a column
-// definition. Identifies which definitions a selection holds, and in which order.
+// Item names comma-separated, "?" for an item that is not a column definition.
 std::wstring ColumnNames(IQnPSCollection* collection);
 
-// Base of every test that uses the library: creates the storage object through the registry, as a
-// host does, and checks at the end that every object the test made is gone.
+// Creates the storage object through the registry, as a host does; at the end, nothing may be left.
 class ComTest : public ::testing::Test {
 protected:
-    void SetUp() override;
-    void TearDown() override;
+    void SetUp() override {
+        ASSERT_EQ(S_OK, ::CoCreateInstance(CLSID_CQnPropStorage, nullptr, CLSCTX_INPROC_SERVER,
+                                           IID_IQnPropertyStorage, storage_.put_void()));
+    }
+    void TearDown() override {
+        storage_.reset();
+        EXPECT_EQ(S_OK, ModuleCanUnloadNow()) << "objects or locks outlived the test";
+    }
 
     template <class T>
     ComPtr<T> Create(qnpsObjectType type) {
@@ -68,11 +65,17 @@ protected:
                                       long order = -1);
     ComPtr<IQnPSProperty> MakeCell(IQnPSColumnDef* column, const VARIANT& value);
     ComPtr<IQnPSRow> MakeRow(const wchar_t* id);
-    // A table with its two collections, named after the application.
     ComPtr<IQnPSTable> MakeTable(const wchar_t* application = nullptr);
-    ComPtr<IQnPSColumnDefCollection1> Definitions(IQnPSTable* table);
-    ComPtr<IQnPSRowCollection> Rows(IQnPSTable* table);
-    // Appends a row with one cell per (column, value) pair.
+    ComPtr<IQnPSColumnDefCollection1> Definitions(IQnPSTable* table) {
+        ComPtr<IQnPSColumnDefCollection> all;
+        EXPECT_EQ(S_OK, table->GetColumnDefs(qnpsDefinitions_All, all.put()));
+        return all ? all.query<IQnPSColumnDefCollection1>() : ComPtr<IQnPSColumnDefCollection1>();
+    }
+    ComPtr<IQnPSRowCollection> Rows(IQnPSTable* table) {
+        ComPtr<IQnPSRowCollection> rows;
+        EXPECT_EQ(S_OK, table->get_Rows(rows.put()));
+        return rows;
+    }
     ComPtr<IQnPSRow> AddRow(IQnPSTable* table, const wchar_t* id,
                             std::initializer_list<std::pair<IQnPSColumnDef*, const VARIANT*>> cells);
 

@@ -6,48 +6,28 @@
 
 namespace qnps_test {
 
-namespace {
-constexpr DWORD kExclusive = STGM_SHARE_EXCLUSIVE;
-}
+constexpr DWORD kCreate = STGM_CREATE | STGM_READWRITE | STGM_SHARE_EXCLUSIVE;
 
-CompoundFile::CompoundFile(const wchar_t* path) {
+CompoundFile::CompoundFile(const wchar_t* path) : path_(path ? path : L"") {
+    ComPtr<ILockBytes> bytes;
     if (path) {
-        path_ = path;
-        EXPECT_EQ(S_OK, ::StgCreateDocfile(path, STGM_CREATE | STGM_READWRITE | kExclusive, 0, storage_.put()));
+        EXPECT_EQ(S_OK, ::StgCreateDocfile(path, kCreate, 0, storage_.put()));
     } else {
-        ComPtr<ILockBytes> bytes;
         EXPECT_EQ(S_OK, ::CreateILockBytesOnHGlobal(nullptr, TRUE, bytes.put()));
-        EXPECT_EQ(S_OK, ::StgCreateDocfileOnILockBytes(bytes.get(), STGM_CREATE | STGM_READWRITE | kExclusive, 0,
-                                                       storage_.put()));
+        EXPECT_EQ(S_OK, ::StgCreateDocfileOnILockBytes(bytes.get(), kCreate, 0, storage_.put()));
     }
-}
-
-CompoundFile::~CompoundFile() {
-    storage_.reset();
-    if (!path_.empty()) ::DeleteFileW(path_.c_str());
 }
 
 ComPtr<IStream> CompoundFile::CreateStream(const wchar_t* name) {
     ComPtr<IStream> stream;
-    EXPECT_EQ(S_OK, storage_->CreateStream(name, STGM_CREATE | STGM_READWRITE | kExclusive, 0, 0, stream.put()));
+    EXPECT_EQ(S_OK, storage_->CreateStream(name, kCreate, 0, 0, stream.put()));
     return stream;
 }
 
 ComPtr<IStream> CompoundFile::OpenStream(DWORD access, const wchar_t* name) {
     ComPtr<IStream> stream;
-    EXPECT_EQ(S_OK, storage_->OpenStream(name, nullptr, access | kExclusive, 0, stream.put()));
+    EXPECT_EQ(S_OK, storage_->OpenStream(name, nullptr, access | STGM_SHARE_EXCLUSIVE, 0, stream.put()));
     return stream;
-}
-
-void Rewind(IStream* stream) {
-    LARGE_INTEGER start{};
-    EXPECT_EQ(S_OK, stream->Seek(start, STREAM_SEEK_SET, nullptr));
-}
-
-ULONGLONG StreamSize(IStream* stream) {
-    STATSTG status{};
-    EXPECT_EQ(S_OK, stream->Stat(&status, STATFLAG_NONAME));
-    return status.cbSize.QuadPart;
 }
 
 std::string StreamBytes(IStream* stream) {
@@ -73,8 +53,7 @@ ComPtr<IStream> HGlobalStream(const std::string& bytes) {
 }
 
 void SetStreamBytes(IStream* stream, const std::string& bytes) {
-    ULARGE_INTEGER size{};
-    EXPECT_EQ(S_OK, stream->SetSize(size));
+    EXPECT_EQ(S_OK, stream->SetSize(ULARGE_INTEGER{}));
     Rewind(stream);
     ULONG written = 0;
     EXPECT_EQ(S_OK, stream->Write(bytes.data(), static_cast<ULONG>(bytes.size()), &written));
@@ -86,7 +65,7 @@ void KeepWrittenDocument(IStream* stream) {
     const char* folder = std::getenv("QNPS_WRITTEN_DOCUMENTS");
     ComPtr<IStream> clone;
     if (!folder || FAILED(stream->Clone(clone.put()))) return;
-    const ::testing::TestInfo* test = ::testing::UnitTest::GetInstance()->current_test_info();
+    const auto* test = ::testing::UnitTest::GetInstance()->current_test_info();
     std::string name = std::string(test->test_suite_name()) + "." + test->name();
     std::replace(name.begin(), name.end(), '/', '_');
     std::ofstream(std::string(folder) + "/" + name + "." + std::to_string(++kept) + ".xml", std::ios::binary)
