@@ -252,7 +252,7 @@ double UniqueValuesOfDistinctTexts(IQnPropertyStorage* storage, int count) {
         std::swprintf(text, 48, L"Layout sheet %d", r);
         com::UniqueVariant value;
         value.get().vt = VT_BSTR;
-        value.get().bstrVal = com::CopyText(text).release();
+        value.get().bstrVal = com::CopyText(text).detach();
         cell->put_Value(value.get());
         row->AddItem(cell.query<IQnPSObject>().get());
         rows->AddItem(row.query<IQnPSObject>().get());
