@@ -26,13 +26,6 @@ const std::string kOld = Document(
     "<Row RowID=\"R2\" Title=\"Roof\" Sheets=\"4\" Layout=\"Section\"/>"
     "<Row RowID=\"R3\" Title=\"Cellar\" Layout=\"Plan\" Due=\"4000000000000000\"/></Properties>");
 
-std::wstring TextOf(const VARIANT& value) {
-    UniqueVariant text;
-    if (value.vt & VT_ARRAY || value.vt == VT_EMPTY) return value.vt == VT_EMPTY ? L"<empty>" : ArrayText(value);
-    const bool ok = SUCCEEDED(::VariantChangeTypeEx(text.put(), const_cast<VARIANT*>(&value), LOCALE_INVARIANT, 0, VT_BSTR));
-    return ok ? Text(text.get().bstrVal) : L"<?>";
-}
-
 std::wstring Wide(const std::string& bytes) { return std::wstring(bytes.begin(), bytes.end()); }
 
 class AllocationFailures : public PersistenceTest {
@@ -126,12 +119,12 @@ protected:
     std::wstring LookedUp() {
         UniqueVariant custom;
         table_->get_CustomProperty(Bstr(L"key").get(), custom.put());
-        std::wstring text = TextOf(values_[0].get()) + L"|" + Text(text_.get()) + (objects_[0] ? L"|row|" : L"|none|");
-        for (int i = 1; i < 4; ++i) text += TextOf(values_[i].get()) + L"|";
+        std::wstring text = ValueText(values_[0].get()) + L"|" + Text(text_.get()) + (objects_[0] ? L"|row|" : L"|none|");
+        for (int i = 1; i < 4; ++i) text += ValueText(values_[i].get()) + L"|";
         return text + std::to_wstring(tabOrder_) + L"|" + std::to_wstring(values_[4].type()) +
                std::to_wstring(values_[5].type()) + L"|" +
                (objects_[1] ? ColumnNames(objects_[1].try_query<IQnPSCollection>().get()) : L"none") + L"|" +
-               TextOf(custom.get());
+               ValueText(custom.get());
     }
 
     struct Scenario {

@@ -118,10 +118,10 @@ TEST_F(Table, ColumnValuesAreParallelAndUniqueValuesKeepTheFirstOccurrence) {
     for (const auto& value : {VariantOf(L"A"), VariantOf(5L), VariantOfDouble(5), VariantOf(5L)}) {
         Add(L"R", layout_.get(), value.get());
     }
-    EXPECT_EQ(L"<null>,B,a,B,<empty>,<empty>,<empty>,A,5,5,5", ArrayText(Values(L"LAYOUT", false).get()));
-    EXPECT_EQ(L"B,a,A,5,5", ArrayText(Values(L"layout", true).get()));
+    EXPECT_EQ(L"<null>,B,a,B,<empty>,<empty>,<empty>,A,5,5,5", ValueText(Values(L"LAYOUT", false).get()));
+    EXPECT_EQ(L"B,a,A,5,5", ValueText(Values(L"layout", true).get()));
     EXPECT_EQ(L"<empty>,<empty>,<empty>,<empty>,<empty>,<empty>,<empty>,<empty>,<empty>,<empty>,<empty>",
-              ArrayText(Values(L"Missing", false).get()));
+              ValueText(Values(L"Missing", false).get()));
 }
 
 // Only a VT_I4 in an Int column of a layout's first row is its tab order; otherwise it has none (-1).

@@ -58,14 +58,11 @@ const MergeCase kMerges[] = {
     {kOld, qnpsOverwrite, Merged(kDefs, kNewRows)},
     {kOld, qnpsOverwrite, Merged(kDefs, kNewRows), L"Office"},
     {kOld, qnpsOverwrite | 0x100, Merged(kDefs, kNewRows)},
-    // ToDocument values are the stored ones, row by row (R4 has none), unless the direction is
-    // skipped; overwriting without skipping it writes none at all.
+    // ToDocument values are the stored ones, row by row (R4 has none). The tool's merge cases cover
+    // the direction skipped and overwriting.
     {kOld, qnpsWriteNormal,
      Merged(kToDocumentDefs, "<Row RowID=\"r1\" Title=\"Old one\" " + kCarried +
                                  "/><Row RowID=\"R2\" Title=\"Old two\"/><Row RowID=\"R4\"/>"),
-     L"Drafting", qnpsPropDirection_ToDocument},
-    {kOld, qnpsSkipDirection, Merged(kToDocumentDefs, kFirstCarried), L"Drafting", qnpsPropDirection_ToDocument},
-    {kOld, qnpsOverwrite, Merged(kToDocumentDefs, "<Row RowID=\"r1\"/><Row RowID=\"R2\"/><Row RowID=\"R4\"/>"),
      L"Drafting", qnpsPropDirection_ToDocument},
     // The first old row of an identifier wins.
     {Plain("<Row RowID=\"R1\" Sheets=\"1\"/><Row RowID=\"r1\" Sheets=\"2\" Scale=\"3FF0000000000000\"/>"),

@@ -29,26 +29,20 @@ public:
     }
     STDMETHODIMP_(ULONG) AddRef() override { return 2; }
     STDMETHODIMP_(ULONG) Release() override { return 1; }
-    STDMETHODIMP Read(void* buffer, ULONG count, ULONG* read) override {
-        return Spoiled("Read", STG_E_READFAULT) ? injected : inner_->Read(buffer, count, read);
-    }
+    // Every other method passes on, or answers its own code when spoiled.
+#define QNPS_PASS(method, code, params, args) \
+    STDMETHODIMP method params override { return Spoiled(#method, code) ? injected : inner_->method args; }
+    QNPS_PASS(Read, STG_E_READFAULT, (void* buffer, ULONG count, ULONG* read), (buffer, count, read))
+    QNPS_PASS(Seek, STG_E_INVALIDFUNCTION, (LARGE_INTEGER move, DWORD origin, ULARGE_INTEGER* at), (move, origin, at))
+    QNPS_PASS(SetSize, STG_E_MEDIUMFULL, (ULARGE_INTEGER size), (size))
+    QNPS_PASS(Commit, STG_E_MEDIUMFULL, (DWORD flags), (flags))
+    QNPS_PASS(Stat, STG_E_ACCESSDENIED, (STATSTG* status, DWORD flags), (status, flags))
+#undef QNPS_PASS
     STDMETHODIMP Write(const void* buffer, ULONG count, ULONG* written) override {
         if (!Spoiled("Write", STG_E_MEDIUMFULL)) return inner_->Write(buffer, count, written);
         if (fault_ == Fault::kShortFail || fault_ == Fault::kShortOk) inner_->Write(buffer, count / 2, written);
         if (fault_ == Fault::kShortOk) injected = S_OK;
         return injected;
-    }
-    STDMETHODIMP Seek(LARGE_INTEGER move, DWORD origin, ULARGE_INTEGER* position) override {
-        return Spoiled("Seek", STG_E_INVALIDFUNCTION) ? injected : inner_->Seek(move, origin, position);
-    }
-    STDMETHODIMP SetSize(ULARGE_INTEGER size) override {
-        return Spoiled("SetSize", STG_E_MEDIUMFULL) ? injected : inner_->SetSize(size);
-    }
-    STDMETHODIMP Commit(DWORD flags) override {
-        return Spoiled("Commit", STG_E_MEDIUMFULL) ? injected : inner_->Commit(flags);
-    }
-    STDMETHODIMP Stat(STATSTG* status, DWORD flags) override {
-        return Spoiled("Stat", STG_E_ACCESSDENIED) ? injected : inner_->Stat(status, flags);
     }
     STDMETHODIMP CopyTo(IStream*, ULARGE_INTEGER, ULARGE_INTEGER*, ULARGE_INTEGER*) override { return E_NOTIMPL; }
     STDMETHODIMP Revert() override { return E_NOTIMPL; }

@@ -21,24 +21,22 @@ HRESULT ModuleCanUnloadNow() {
     return entry ? entry() : E_FAIL;
 }
 
-std::wstring ArrayText(const VARIANT& array) {
-    if (array.vt != (VT_ARRAY | VT_VARIANT) || !array.parray) return L"<not an array>";
-    LONG lower = 0, upper = -1;
-    ::SafeArrayGetLBound(array.parray, 1, &lower);
-    ::SafeArrayGetUBound(array.parray, 1, &upper);
-    std::wstring text;
-    for (LONG i = lower; i <= upper; ++i) {
-        UniqueVariant element, asText;
-        ::SafeArrayGetElement(array.parray, &i, element.put());
-        text += i > lower ? L"," : L"";
-        if (element.type() == VT_EMPTY || element.type() == VT_NULL) {
-            text += element.type() == VT_EMPTY ? L"<empty>" : L"<null>";
-        } else {
-            const bool ok = SUCCEEDED(::VariantChangeType(asText.put(), &element.get(), 0, VT_BSTR));
-            text += ok ? Text(asText.get().bstrVal) : L"<?>";
-        }
+std::wstring ValueText(const VARIANT& value) {
+    if (value.vt == VT_EMPTY || value.vt == VT_NULL) return value.vt == VT_EMPTY ? L"<empty>" : L"<null>";
+    UniqueVariant text;
+    if (value.vt != (VT_ARRAY | VT_VARIANT)) {
+        const bool ok = SUCCEEDED(::VariantChangeTypeEx(text.put(), const_cast<VARIANT*>(&value), LOCALE_INVARIANT, 0, VT_BSTR));
+        return ok ? Text(text.get().bstrVal) : L"<?>";
     }
-    return text;
+    LONG lower = 0, upper = -1;
+    ::SafeArrayGetLBound(value.parray, 1, &lower);
+    ::SafeArrayGetUBound(value.parray, 1, &upper);
+    std::wstring list;
+    for (LONG i = lower; i <= upper; ++i) {
+        ::SafeArrayGetElement(value.parray, &i, text.put());
+        list += (i > lower ? L"," : L"") + ValueText(text.get());
+    }
+    return list;
 }
 
 bool Answers(IUnknown* object, REFIID iid) {

@@ -26,8 +26,8 @@ UniqueVariant VariantOfDouble(double value);
 inline ULONG RefCount(IUnknown* object) { return object->AddRef(), object->Release(); }
 // S_OK once every object and lock of the library is gone.
 HRESULT ModuleCanUnloadNow();
-// The elements of a VT_ARRAY | VT_VARIANT as texts, comma-separated ("<empty>", "<null>").
-std::wstring ArrayText(const VARIANT& array);
+// As invariant text ("<empty>", "<null>"); a VT_ARRAY | VT_VARIANT as its elements, comma-separated.
+std::wstring ValueText(const VARIANT& value);
 
 // A pointer no object has: an out-parameter still holding it was never written.
 template <class T>

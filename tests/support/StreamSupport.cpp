@@ -24,12 +24,6 @@ ComPtr<IStream> CompoundFile::CreateStream(const wchar_t* name) {
     return stream;
 }
 
-ComPtr<IStream> CompoundFile::OpenStream(DWORD access, const wchar_t* name) {
-    ComPtr<IStream> stream;
-    EXPECT_EQ(S_OK, storage_->OpenStream(name, nullptr, access | STGM_SHARE_EXCLUSIVE, 0, stream.put()));
-    return stream;
-}
-
 std::string StreamBytes(IStream* stream) {
     Rewind(stream);
     std::string bytes;

@@ -17,8 +17,6 @@ public:
         if (!path_.empty()) ::DeleteFileW(path_.c_str());
     }
     ComPtr<IStream> CreateStream(const wchar_t* name = L"Properties");
-    // `access`: STGM_READ or STGM_READWRITE.
-    ComPtr<IStream> OpenStream(DWORD access, const wchar_t* name = L"Properties");
 
 private:
     ComPtr<IStorage> storage_;

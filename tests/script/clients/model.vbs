@@ -1,4 +1,4 @@
-' What VBScript does its own way: For Each, arrays read with LBound and UBound, variables passed by
+' What VBScript does its own way: arrays read with LBound and UBound, variables passed by
 ' reference, object properties put without Set, and errors as Err.Number. model.js has the rest.
 Dim storage, defs, rows, row, cell, values, v, i
 Set storage = WScript.CreateObject("QnPropStorage.CQnPropStorage")
@@ -21,12 +21,6 @@ For Each values In Array(Array("R1", "Sheet1", 2.5), Array("R2", "SHEET1", Null)
     Next
     rows.AddItem row
 Next
-
-v = ""
-For Each cell In rows(0)
-    v = v & "," & cell.ColumnDef.Name
-Next
-Same v, ",Layout,Size", "a row's cells by For Each"
 
 values = rows.ColumnValues("Size")
 v = Array(2.5, Null, Empty)
