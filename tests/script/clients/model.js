@@ -29,7 +29,6 @@ checkAll([
     ["Item as the default member", '"R3"', function () { return rows(2).RowID; }],
     ["Item(-1)", "error 0x80070057", function () { return rows.Item(-1); }],
     ["ColumnValues", "[2.5,undefined,null,undefined]", function () { return items(rows.ColumnValues("Size")); }],
-    ["UniqueColumnValues", '["B","a"]', function () { return items(rows.UniqueColumnValues("title")); }],
     ["LayoutsNames", '["Sheet1","SHEET1",3]', function () { return items(table.LayoutsNames); }],
     // The type library's argument types: the dispatcher refuses before the member runs.
     ["ColumnDef put a row", "error 0x80004002", function () { rows(0).Item(0).ColumnDef = rows(1); }],
