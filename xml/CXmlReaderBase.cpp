@@ -1,5 +1,7 @@
 #include "xml/CXmlReaderBase.h"
 
+#include <cwchar>
+
 #include "com/UniqueVariant.h"
 
 namespace xml {
@@ -85,12 +87,45 @@ int CXmlReaderBase::OpenSection(const wchar_t* name) {
     level_.reset();
     nextChild_.reset();
     if (!open_ || !name || !root_) return 0;
-    const com::UniqueBstr tagName = com::CopyText(name);
-    com::ComPtr<IXMLDOMNodeList> matches;
-    if (FAILED(root_->getElementsByTagName(tagName.get(), matches.put())) || !matches) return 0;
-    if (matches->get_item(0, section_.put()) != S_OK || !section_) return 0;
+    section_ = FirstDescendant(root_.get(), name);
+    if (!section_) return 0;
     EnterChildrenOf(section_.get());
     return 1;
+}
+
+// The first element of that name below `parent`, in document order: a walk that stops at the first
+// match, where the platform's element list collects every match of the whole document first. It
+// loops rather than recurses, so no nesting of a foreign document can exhaust the stack.
+com::ComPtr<IXMLDOMNode> CXmlReaderBase::FirstDescendant(IXMLDOMNode* parent, const wchar_t* name) {
+    com::ComPtr<IXMLDOMNode> node;
+    parent->get_firstChild(node.put());
+    while (node) {
+        if (const auto element = AsElement(node.get())) {
+            com::UniqueBstr nodeName;
+            if (SUCCEEDED(element->get_nodeName(nodeName.put())) && nodeName &&
+                std::wcscmp(nodeName.get(), name) == 0) {
+                return node;
+            }
+            com::ComPtr<IXMLDOMNode> first;
+            if (element->get_firstChild(first.put()) == S_OK && first) {
+                node = std::move(first);
+                continue;
+            }
+        }
+        // On to the next sibling, or that of the nearest ancestor that has one.
+        while (node.get() != parent) {
+            if (auto next = NextSibling(node.get())) {
+                node = std::move(next);
+                break;
+            }
+            com::ComPtr<IXMLDOMNode> up;
+            node->get_parentNode(up.put());
+            node = std::move(up);
+            if (!node) return nullptr;
+        }
+        if (node.get() == parent) return nullptr;
+    }
+    return nullptr;
 }
 
 int CXmlReaderBase::NextElement(BSTR* nameOut) {

@@ -40,6 +40,7 @@ public:
 
 private:
     int Opened(IXMLDOMElement* root);
+    static com::ComPtr<IXMLDOMNode> FirstDescendant(IXMLDOMNode* parent, const wchar_t* name);
     void EnterChildrenOf(IXMLDOMNode* parent);
 
     int open_ = 0;

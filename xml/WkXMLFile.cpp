@@ -1,5 +1,7 @@
 #include "xml/WkXMLFile.h"
 
+#include <algorithm>
+#include <climits>
 #include <cstring>
 #include <cwchar>
 #include <string>
@@ -101,24 +103,33 @@ HRESULT WkXMLFile::LoadSource(const VARIANT* source, const wchar_t* rootName) {
 // Some parsers copy a stream through a buffer that grows by reallocation on every read, which makes
 // a large document's load cost grow with the square of its size.
 com::UniqueVariant WkXMLFile::StreamContent(IStream* stream) {
-    std::vector<BYTE> bytes;
+    // Read straight into the array, sized by what the stream's status says is left; without a
+    // status the array grows as the stream gives.
     STATSTG status{};
     ULARGE_INTEGER position{};
-    const LARGE_INTEGER here{};
-    if (SUCCEEDED(stream->Stat(&status, STATFLAG_NONAME)) &&
-        SUCCEEDED(stream->Seek(here, STREAM_SEEK_CUR, &position)) && status.cbSize.QuadPart > position.QuadPart) {
-        bytes.reserve(static_cast<size_t>(status.cbSize.QuadPart - position.QuadPart));
-    }
-    BYTE chunk[65536];
-    ULONG read = 0;
-    while (SUCCEEDED(stream->Read(chunk, sizeof chunk, &read)) && read > 0) bytes.insert(bytes.end(), chunk, chunk + read);
-
-    SAFEARRAY* array = ::SafeArrayCreateVector(VT_UI1, 0, static_cast<ULONG>(bytes.size()));
+    const bool sized = SUCCEEDED(stream->Stat(&status, STATFLAG_NONAME)) &&
+                       SUCCEEDED(stream->Seek(LARGE_INTEGER{}, STREAM_SEEK_CUR, &position));
+    const ULONGLONG left = sized && status.cbSize.QuadPart > position.QuadPart ? status.cbSize.QuadPart - position.QuadPart : 0;
+    if (left > ULONG_MAX) com::ThrowOutOfMemory();
+    SAFEARRAY* array = ::SafeArrayCreateVector(VT_UI1, 0, static_cast<ULONG>(left));
     if (!array) com::ThrowOutOfMemory();
     com::UniqueVariant content = com::UniqueVariant::Array(array, VT_UI1);
-    if (!bytes.empty()) {
+    ULONG filled = 0, capacity = static_cast<ULONG>(left);
+    for (;;) {
+        if (filled == capacity) {
+            if (sized || capacity == ULONG_MAX) break;
+            capacity += std::min<ULONG>(ULONG_MAX - capacity, std::max<ULONG>(capacity, 65536));
+            SAFEARRAYBOUND bound{capacity, 0};
+            com::ThrowIfFailed(::SafeArrayRedim(array, &bound));
+        }
+        ULONG read = 0;
         com::SafeArrayData<BYTE> data(array);
-        std::memcpy(&data[0], bytes.data(), bytes.size());
+        if (FAILED(stream->Read(&data[filled], capacity - filled, &read)) || read == 0) break;
+        filled += read;
+    }
+    if (filled != capacity) {
+        SAFEARRAYBOUND bound{filled, 0};
+        com::ThrowIfFailed(::SafeArrayRedim(array, &bound));
     }
     return content;
 }
