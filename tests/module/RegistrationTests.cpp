@@ -7,39 +7,28 @@ namespace {
 
 using namespace qnps_test;
 
-std::wstring dllPath;
 const std::wstring clsid = QNPS_CLSID_TEXT, appId = QNPS_APPID_TEXT, libId = QNPS_LIBID_TEXT;
 const std::wstring clsidKey = L"CLSID\\" + clsid, progId = L"QnPropStorage.CQnPropStorage";
 constexpr wchar_t kMissing[] = L"<missing>";
 
-// The text of a REG_SZ value (the default one without a name), kMissing when there is none;
-// "<key>" for a key that exists when asked for no value at all.
-std::wstring ValueText(const std::wstring& path, const wchar_t* name = nullptr, bool keyOnly = false) {
-    HKEY key = nullptr;
-    if (::RegOpenKeyExW(HKEY_CLASSES_ROOT, path.c_str(), 0, KEY_READ, &key) != ERROR_SUCCESS) return kMissing;
-    wchar_t buffer[1024];
-    DWORD size = sizeof buffer, type = 0;
-    const bool found = ::RegQueryValueExW(key, name, nullptr, &type, reinterpret_cast<BYTE*>(buffer), &size) ==
-                       ERROR_SUCCESS && type == REG_SZ;
-    ::RegCloseKey(key);
-    return keyOnly ? L"<key>" : found ? std::wstring(buffer, size / sizeof(wchar_t)).c_str() : kMissing;
-}
-bool KeyExists(const std::wstring& path) { return ValueText(path, nullptr, true) == L"<key>"; }
+const std::wstring& DllPath() { return arguments.at(0); }
 
-DWORD RunRegsvr32(const std::wstring& arguments) {
-    std::wstring command = L"regsvr32.exe /s " + arguments + L" \"" + dllPath + L"\"";
-    STARTUPINFOW startup{};
-    startup.cb = sizeof startup;
-    PROCESS_INFORMATION process{};
-    if (!::CreateProcessW(nullptr, command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &process)) {
-        return static_cast<DWORD>(-1);
-    }
-    DWORD exitCode = static_cast<DWORD>(-1);
-    ::WaitForSingleObject(process.hProcess, 60000);
-    ::GetExitCodeProcess(process.hProcess, &exitCode);
-    ::CloseHandle(process.hThread);
-    ::CloseHandle(process.hProcess);
-    return exitCode;
+// The text of a REG_SZ value (the default one without a name), kMissing when there is none.
+std::wstring ValueText(const std::wstring& path, const wchar_t* name = nullptr) {
+    wchar_t buffer[1024];
+    DWORD size = sizeof buffer;
+    return ::RegGetValueW(HKEY_CLASSES_ROOT, path.c_str(), name, RRF_RT_REG_SZ, nullptr, buffer, &size) ==
+                   ERROR_SUCCESS ? buffer : kMissing;
+}
+bool KeyExists(const std::wstring& path) {
+    HKEY key = nullptr;
+    const bool exists = ::RegOpenKeyExW(HKEY_CLASSES_ROOT, path.c_str(), 0, KEY_READ, &key) == ERROR_SUCCESS;
+    if (exists) ::RegCloseKey(key);
+    return exists;
+}
+
+int RunRegsvr32(const wchar_t* option) {
+    return _wsystem((L"regsvr32.exe /s " + std::wstring(option) + L" \"" + DllPath() + L"\"").c_str());
 }
 
 std::wstring InterfaceKey(const IID& iid) {
@@ -70,7 +59,7 @@ void ExpectRegistered() {
     };
     for (const auto& v : values) EXPECT_EQ(v.value, ValueText(v.key, v.name)) << std::string(v.key.begin(), v.key.end());
     EXPECT_TRUE(KeyExists(clsidKey + L"\\Programmable"));
-    EXPECT_EQ(0, _wcsicmp(dllPath.c_str(), ValueText(clsidKey + L"\\InprocServer32").c_str()));
+    EXPECT_EQ(0, _wcsicmp(DllPath().c_str(), ValueText(clsidKey + L"\\InprocServer32").c_str()));
 }
 
 void ExpectUnregistered() {
@@ -84,19 +73,19 @@ void ExpectUnregistered() {
 }
 
 TEST(Registration, Regsvr32WritesEveryKeyAndRemovalTakesThemAway) {
-    ASSERT_EQ(0u, RunRegsvr32(L""));
+    ASSERT_EQ(0, RunRegsvr32(L""));
     ExpectRegistered();
-    ASSERT_EQ(0u, RunRegsvr32(L"/u"));
+    ASSERT_EQ(0, RunRegsvr32(L"/u"));
     ExpectUnregistered();
     // Removing what is already gone succeeds as well.
-    EXPECT_EQ(0u, RunRegsvr32(L"/u"));
+    EXPECT_EQ(0, RunRegsvr32(L"/u"));
     ExpectUnregistered();
-    ASSERT_EQ(0u, RunRegsvr32(L""));
+    ASSERT_EQ(0, RunRegsvr32(L""));
     ExpectRegistered();
 }
 
 TEST(Registration, TheClassFactoryServesTheStorageClassAlone) {
-    HMODULE library = ::LoadLibraryW(dllPath.c_str());
+    HMODULE library = ::LoadLibraryW(DllPath().c_str());
     ASSERT_NE(nullptr, library);
     auto entry = reinterpret_cast<HRESULT(STDAPICALLTYPE*)(REFCLSID, REFIID, void**)>(
         reinterpret_cast<void*>(::GetProcAddress(library, "DllGetClassObject")));
@@ -118,16 +107,3 @@ TEST(Registration, TheClassFactoryServesTheStorageClassAlone) {
 }
 
 }  // namespace
-
-int main(int argc, char** argv) {
-    ::testing::InitGoogleTest(&argc, argv);
-    if (argc < 2) return std::fprintf(stderr, "usage: registration_tests PATH-TO-DLL\n"), 2;
-    wchar_t full[MAX_PATH];
-    const std::wstring given(argv[1], argv[1] + strlen(argv[1]));
-    ::GetFullPathNameW(given.c_str(), MAX_PATH, full, nullptr);
-    dllPath = full;
-    ::CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
-    const int result = RUN_ALL_TESTS();
-    ::CoUninitialize();
-    return result;
-}

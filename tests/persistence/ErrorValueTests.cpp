@@ -53,20 +53,6 @@ TEST_F(ErrorValues, ReadPropertiesOfEachDocument) {
     }
 }
 
-TEST_F(ErrorValues, MissingArgumentsAndObjectsOfTheWrongKind) {
-    auto stream = StreamWith(Document(kSections));
-    auto table = TitleTable(L"New");
-    IQnPSTable* out = Unwritten<IQnPSTable>();
-    EXPECT_EQ(E_INVALIDARG, storage_->ReadProperties(nullptr, &out));
-    EXPECT_EQ(E_INVALIDARG, storage_->ReadProperties(stream.get(), nullptr));
-    EXPECT_EQ(E_INVALIDARG, storage_->ReadProperties(table.get(), &out));
-    EXPECT_EQ(kWrongXmlFile, storage_->ReadProperties(HGlobalStream().get(), &out));
-    EXPECT_EQ(nullptr, out);
-    EXPECT_EQ(E_INVALIDARG, storage_->WriteProperties(nullptr, table.get(), qnpsWriteNormal));
-    EXPECT_EQ(E_INVALIDARG, storage_->WriteProperties(table.get(), table.get(), qnpsWriteNormal));
-    EXPECT_EQ(E_INVALIDARG, storage_->WriteProperties(stream.get(), nullptr, qnpsWriteNormal));
-}
-
 const std::string kOld = Document("<ColumnDefs><Title DispName=\"Title\"/></ColumnDefs><Properties>"
                                   "<Row RowID=\"R1\" Title=\"Old\"/></Properties>");
 const std::string kNotXml = "just some text that is not XML";

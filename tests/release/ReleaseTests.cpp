@@ -1,27 +1,19 @@
 // Both architectures' DLLs read as files by a 64-bit process: the 32-bit one cannot be loaded
 // here, but its version resource and its embedded type library can be read.
 //   release_tests X64-DLL X86-DLL
-#include <gtest/gtest.h>
-
 #include <algorithm>
-#include <cstring>
-#include <string>
-#include <vector>
 
-#include "QnPropStorage.h"
-#include "com/Bstr.h"
-#include "com/ComPtr.h"
-#include "com/Platform.h"
+#include "support/ComTestSupport.h"
 
 namespace {
 
-std::wstring g_dll[2];  // x64, x86
+using qnps_test::arguments;  // the x64 DLL, the x86 DLL
 const SYSKIND kKinds[] = {SYS_WIN64, SYS_WIN32};
 
 class ReleaseBuild : public testing::TestWithParam<int> {};
 
 TEST_P(ReleaseBuild, CarriesTheProjectVersionAndNames) {
-    const std::wstring& path = g_dll[GetParam()];
+    const std::wstring& path = arguments.at(GetParam());
     DWORD unused = 0;
     const DWORD size = ::GetFileVersionInfoSizeW(path.c_str(), &unused);
     ASSERT_NE(0u, size) << "no version resource";
@@ -48,28 +40,24 @@ TEST_P(ReleaseBuild, CarriesTheProjectVersionAndNames) {
     }
 }
 
-TEST_P(ReleaseBuild, EmbedsTheTypeLibraryOfItsArchitecture) {
-    com::ComPtr<ITypeLib> library;
-    ASSERT_EQ(S_OK, ::LoadTypeLibEx(g_dll[GetParam()].c_str(), REGKIND_NONE, library.put()));
-    TLIBATTR* attributes = nullptr;
-    ASSERT_EQ(S_OK, library->GetLibAttr(&attributes));
-    EXPECT_EQ(kKinds[GetParam()], attributes->syskind);
-    EXPECT_TRUE(IsEqualGUID(LIBID_QnPropStorageLib, attributes->guid));
-    EXPECT_EQ(1, attributes->wMajorVerNum);
-    EXPECT_EQ(0, attributes->wMinorVerNum);
-    library->ReleaseTLibAttr(attributes);
-}
-
 INSTANTIATE_TEST_SUITE_P(Both, ReleaseBuild, testing::Values(0, 1),
                          [](const testing::TestParamInfo<int>& info) { return info.param ? "x86" : "x64"; });
 
-// Each type as one text: name, identifier, kind, counts of functions, variables and implemented
-// interfaces, flags; "dual" for a dual dispatch interface.
-std::vector<std::wstring> Summaries(const std::wstring& path) {
+// The type library embedded in the DLL of `architecture`, checked to be the project's of that
+// architecture; then each type as one text: name, identifier, kind, counts of functions, variables
+// and implemented interfaces, flags; "dual" for a dual dispatch interface, "class" for a class, with
+// a "+" when hosts may create it.
+std::vector<std::wstring> Summaries(int architecture) {
     com::ComPtr<ITypeLib> library;
-    EXPECT_EQ(S_OK, ::LoadTypeLibEx(path.c_str(), REGKIND_NONE, library.put()));
+    EXPECT_EQ(S_OK, ::LoadTypeLibEx(arguments.at(architecture).c_str(), REGKIND_NONE, library.put()));
+    TLIBATTR* attributes = nullptr;
+    if (!library || FAILED(library->GetLibAttr(&attributes))) return {L"no type library"};
+    EXPECT_EQ(kKinds[architecture], attributes->syskind);
+    EXPECT_TRUE(IsEqualGUID(LIBID_QnPropStorageLib, attributes->guid));
+    EXPECT_EQ(L"1.0", std::to_wstring(attributes->wMajorVerNum) + L"." + std::to_wstring(attributes->wMinorVerNum));
+    library->ReleaseTLibAttr(attributes);
     std::vector<std::wstring> types;
-    for (UINT i = 0; library && i < library->GetTypeInfoCount(); ++i) {
+    for (UINT i = 0; i < library->GetTypeInfoCount(); ++i) {
         com::ComPtr<ITypeInfo> info;
         com::UniqueBstr name;
         TYPEATTR* a = nullptr;
@@ -84,27 +72,24 @@ std::vector<std::wstring> Summaries(const std::wstring& path) {
         types.push_back(std::wstring(name.get()) + L" " + guid + L" " + std::to_wstring(a->typekind) + L" " +
                         std::to_wstring(a->cFuncs) + L" " + std::to_wstring(a->cVars) + L" " +
                         std::to_wstring(a->cImplTypes) + L" " + std::to_wstring(a->wTypeFlags) +
-                        (a->typekind == TKIND_DISPATCH && (a->wTypeFlags & TYPEFLAG_FDUAL) ? L" dual" : L""));
+                        (a->typekind == TKIND_DISPATCH && (a->wTypeFlags & TYPEFLAG_FDUAL) ? L" dual" : L"") +
+                        (a->typekind != TKIND_COCLASS ? L"" : a->wTypeFlags & TYPEFLAG_FCANCREATE ? L" class+" : L" class"));
         info->ReleaseTypeAttr(a);
     }
     return types;
 }
 
 TEST(ReleaseTypeLibraries, DescribeTheSameTypesInBothArchitectures) {
-    const std::vector<std::wstring> x64 = Summaries(g_dll[0]);
-    EXPECT_EQ(x64, Summaries(g_dll[1]));
+    const std::vector<std::wstring> x64 = Summaries(0);
+    EXPECT_EQ(x64, Summaries(1));
     // IQnPSObject to IQnPropertyStorage: ten dual interfaces.
     EXPECT_EQ(10, std::count_if(x64.begin(), x64.end(), [](const std::wstring& t) { return t.find(L" dual") != std::wstring::npos; }));
+    std::wstring classes;
+    for (const std::wstring& t : x64) {
+        if (const size_t at = t.find(L" class"); at != std::wstring::npos) classes += L" " + t.substr(0, t.find(L' ')) + t.substr(at + 6);
+    }
+    EXPECT_EQ(L" CQnPSObject CQnPSTable CQnPSObjCollection CQnPSColumnDef CQnPSColumnDefCollection CQnPSProperty"
+              L" CQnPSRow CQnPSRowCollection CQnPropStorage+", classes);
 }
 
 }  // namespace
-
-int main(int argc, char** argv) {
-    ::testing::InitGoogleTest(&argc, argv);
-    if (argc != 3) return std::fprintf(stderr, "usage: release_tests X64-DLL X86-DLL\n"), 2;
-    for (int i = 0; i < 2; ++i) g_dll[i].assign(argv[i + 1], argv[i + 1] + std::strlen(argv[i + 1]));
-    if (FAILED(::CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED))) return 2;
-    const int result = RUN_ALL_TESTS();
-    ::CoUninitialize();
-    return result;
-}

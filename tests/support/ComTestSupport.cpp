@@ -2,17 +2,6 @@
 
 namespace qnps_test {
 
-template <class T>
-UniqueVariant Variant(VARTYPE vt, T VARIANT::*member, T value) {
-    UniqueVariant result;
-    result.get().vt = vt;
-    result.get().*member = value;
-    return result;
-}
-UniqueVariant VariantOf(const wchar_t* text) { return Variant(VT_BSTR, &VARIANT::bstrVal, ::SysAllocString(text)); }
-UniqueVariant VariantOf(long value) { return Variant(VT_I4, &VARIANT::lVal, static_cast<LONG>(value)); }
-UniqueVariant VariantOfDouble(double value) { return Variant(VT_R8, &VARIANT::dblVal, value); }
-
 HRESULT ModuleCanUnloadNow() {
     HMODULE module = ::GetModuleHandleW(L"QnPropStorage.dll");
     if (!module) return S_OK;

@@ -3,7 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <cstring>
 #include <string>
+#include <vector>
 
 #include "QnPropStorage.h"
 #include "com/Bstr.h"
@@ -17,11 +19,14 @@ using com::ComPtr;
 using com::UniqueBstr;
 using com::UniqueVariant;
 
+// The command line's arguments after GoogleTest's own, as full paths.
+extern std::vector<std::wstring> arguments;
+
 inline UniqueBstr Bstr(const wchar_t* text) { return com::CopyText(text); }
 inline std::wstring Text(BSTR text) { return std::wstring(text ? text : L"", com::BstrLength(text)); }
-UniqueVariant VariantOf(const wchar_t* text);
-UniqueVariant VariantOf(long value);
-UniqueVariant VariantOfDouble(double value);
+inline UniqueVariant VariantOf(const wchar_t* text) { return UniqueVariant::Text(text); }
+inline UniqueVariant VariantOf(long value) { return UniqueVariant::Int(value); }
+inline UniqueVariant VariantOfDouble(double value) { return UniqueVariant::Double(value); }
 // After one AddRef/Release pair.
 inline ULONG RefCount(IUnknown* object) { return object->AddRef(), object->Release(); }
 // S_OK once every object and lock of the library is gone.
