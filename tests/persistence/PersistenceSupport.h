@@ -36,7 +36,10 @@ protected:
     }
     HRESULT ReadResult(IStream* stream, ComPtr<IQnPSTable>& table) {
         Rewind(stream);
-        const HRESULT hr = storage_->ReadProperties(stream, table.put());
+        IQnPSTable* read = Unwritten<IQnPSTable>();
+        const HRESULT hr = storage_->ReadProperties(stream, &read);
+        if (read == Unwritten<IQnPSTable>()) ADD_FAILURE() << "a stream's refusal writes a null table", read = nullptr;
+        table = ComPtr<IQnPSTable>::Attach(read);
         EXPECT_EQ(hr == S_OK, static_cast<bool>(table)) << "a refusal hands out no table; hr " << std::hex << hr;
         return hr;
     }
