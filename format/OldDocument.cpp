@@ -1,6 +1,7 @@
 #include "format/OldDocument.h"
 
 #include "format/PropertyDocumentReader.h"
+#include "format/RowAttribute.h"
 #include "format/ValueText.h"
 
 namespace format {
@@ -38,10 +39,8 @@ IXMLDOMElement* OldDocument::FindRow(BSTR rowId) const {
 
 com::UniqueVariant OldDocument::Value(IXMLDOMElement* row, long slot) const {
     const model::CQnPSColumnDef& column = Column(slot);
-    com::UniqueVariant value;
-    if (row->getAttribute(column.Name(), value.put()) != S_OK || value.type() == VT_NULL) return {};
-    // A value that is no text reads as the empty text, as the reader has it.
-    com::UniqueBstr text = value.type() == VT_BSTR ? value.TakeText() : com::CopyText(L"");
+    com::UniqueBstr text;
+    if (!ReadRowAttribute(row, column.Name(), text)) return {};
     return DecodeValue(std::move(text), column.PropType());
 }
 

@@ -7,6 +7,7 @@
 
 #include "com/DispatchObject.h"
 #include "format/PropertyStorageFormat.h"
+#include "format/RowAttribute.h"
 #include "format/ValueText.h"
 
 namespace format {
@@ -136,14 +137,31 @@ com::ComPtr<model::CQnPSRow> PropertyDocumentReader::ReadRow(const std::vector<C
     auto row = com::MakeObject<model::CQnPSRow>();
     row->SetRowID(rowId);
     row->ReserveItems(columns.size());
+    long found = 0;
+    bool missed = false;
     for (CQnPSColumnDef* column : columns) {
         auto cell = com::MakeObject<model::CQnPSProperty>();
         cell->LinkDefinition(column);
         com::UniqueBstr text;
         if (reader_.GetAttribute(column->Name(), text.put())) {
             cell->MutableValue() = DecodeValue(std::move(text), column->PropType());
+            ++found;
+        } else {
+            missed = true;
         }
         row->Append(cell.get());
+    }
+    // Attributes beyond the identifier and the columns found by their very names may be values
+    // under another spelling of a column's name; only then are they looked for.
+    IXMLDOMElement* element = reader_.CurrentElement();
+    if (!missed || !element || AttributeCount(element) <= found + 1) return row;
+    for (size_t i = 0; i < columns.size(); ++i) {
+        model::CQnPSProperty* cell = row->PropertyAt(i);
+        if (!cell || cell->Value().vt != VT_EMPTY) continue;
+        com::UniqueBstr text;
+        if (ReadRowAttribute(element, columns[i]->Name(), text)) {
+            cell->MutableValue() = DecodeValue(std::move(text), columns[i]->PropType());
+        }
     }
     return row;
 }

@@ -9,6 +9,7 @@
 #include "format/PropertyDocumentReader.h"
 #include "values/VariantArray.h"
 #include "format/PropertyStorageFormat.h"
+#include "format/RowAttribute.h"
 #include "format/StreamReplacement.h"
 #include "format/ValueText.h"
 
@@ -71,10 +72,12 @@ HRESULT PropertyDocumentWriter::Write(IStream* stream, ULONGLONG streamSize) {
         WriteRows();
         writer_.CloseElement();
         newBytes = writer_.SaveToBytes();
+        if (verifySaved_) VerifySaved(newBytes);
     } catch (const com::ComError& error) {
         // A value that does not convert to its column's type, or a parser that refuses a step: the
-        // document is only in memory, so the stream is untouched. Memory is another matter.
-        if (error.Code() == E_OUTOFMEMORY) throw;
+        // document is only in memory, so the stream is untouched. Memory is another matter, and a
+        // refusal that says why keeps its words.
+        if (error.Code() == E_OUTOFMEMORY || error.Description()) throw;
         return QNPS_E_WRITEXMLERROR;
     }
     // The parsed and the built document are done with; their memory is better spent on the copy.
@@ -101,13 +104,27 @@ HRESULT PropertyDocumentWriter::Write(IStream* stream, ULONGLONG streamSize) {
     throw com::ComError(QNPS_E_WRITEXMLERROR, std::make_shared<const std::wstring>(text));
 }
 
+void PropertyDocumentWriter::RequireCarriable(const wchar_t* text, size_t length, const std::wstring& what) {
+    UncarriableCharacter found;
+    if (!text || !FindUncarriableCharacter(text, length, found)) return;
+    throw com::ComError(QNPS_E_WRITEXMLERROR,
+                        std::make_shared<const std::wstring>(
+                            what + L" holds " + DescribeUncarriable(found) +
+                            L", which a property document cannot carry; the stream was not changed."));
+}
+
+void PropertyDocumentWriter::RequireCarriable(BSTR text, const std::wstring& what) {
+    RequireCarriable(text, com::BstrLength(text), what);
+}
+
 HRESULT PropertyDocumentWriter::BeginNewDocument() {
     if (!writer_.CreateDocument(kRoot)) return QNPS_E_WRITEXMLERROR;
     const com::UniqueBstr version = com::CopyText(kVersion);
     writer_.AddAttribute(version.get(), kCurrentVersion);
     if (!com::IsEmptyBstr(table_.Application())) {
+        RequireCarriable(table_.Application(), L"The application name");
         const com::UniqueBstr application = com::CopyText(kApplication);
-        writer_.AddAttribute(application.get(), table_.Application());
+        writer_.AddAttribute(application.get(), com::BorrowedText(table_.Application()));
     }
     writer_.CloseElement();
     return S_OK;
@@ -120,6 +137,8 @@ HRESULT PropertyDocumentWriter::BeginExistingDocument(const std::vector<BYTE>& o
         // Also with qnpsOverwrite: content that is not XML cannot be written over.
         if (!writer_.OpenDocument(&source.get())) return QNPS_E_WRITEXMLERROR;
     }
+    com::ComPtr<IXMLDOMDocumentType> declaration;
+    verifySaved_ = SUCCEEDED(writer_.Document()->get_doctype(declaration.put())) && declaration;
     if (!(flags_ & qnpsOverwrite)) {
         // The old table comes from the very document the writer loaded, from the stream's start
         // whatever its position: the write replaces the whole content, so the merge must see it.
@@ -140,25 +159,44 @@ HRESULT PropertyDocumentWriter::BeginExistingDocument(const std::vector<BYTE>& o
     return S_OK;
 }
 
+void PropertyDocumentWriter::SetAttribute(BSTR name, const VARIANT& value) {
+    writer_.AddAttribute(name, value);
+    ++attributesOfElement_;
+}
+
+void PropertyDocumentWriter::EndElement() {
+    if (verifySaved_) attributeCounts_.push_back(attributesOfElement_);
+    attributesOfElement_ = 0;
+}
+
 void PropertyDocumentWriter::WriteColumns() {
     const model::CQnPSColumnDefCollection* definitions = table_.Definitions();
     for (size_t i = 0; i < definitions->ItemCount(); ++i) {
         CQnPSColumnDef* column = definitions->DefinitionAt(i);
-        if (!column || com::IsEmptyBstr(column->Name())) continue;
-        // A name the parser refuses as an element name leaves the column out.
-        if (!writer_.AddElement(nullptr, column->Name())) continue;
+        if (!column) continue;
+        // Left out, with every value of its cells, unless written below.
+        recordByColumn_.try_emplace(column, -1);
+        const BSTR name = column->Name();
+        if (!IsWritableColumnName(name, com::BstrLength(name))) continue;
+        // A later column of a name already written would give the same values a second time; the
+        // first one wins, as every lookup by name finds the first.
+        std::wstring folded = com::FoldedName(name);
+        if (recordsByName_.count(folded) != 0) continue;
+        if (!writer_.AddElement(nullptr, name)) continue;
+        const long index = static_cast<long>(columns_.size());
+        recordsByName_.emplace(std::move(folded), index);
+        recordByColumn_[column] = index;
+        columns_.push_back({column, -1, old_ ? old_->ColumnSlot(name) : -1});
 
-        if (old_) {
-            recordsByName_.emplace(com::FoldedName(column->Name()), static_cast<long>(mergeColumns_.size()));
-            mergeColumns_.push_back({column, -1, old_->ColumnSlot(column->Name())});
-        }
-
-        if (com::IsEmptyBstr(column->DispName())) column->SetDispName(column->Name());
-        writer_.AddAttribute(dispName_.get(), column->DispName());
+        if (com::IsEmptyBstr(column->DispName())) column->SetDispName(name);
+        RequireCarriable(column->DispName(), L"Column " + std::wstring(name) + L": the display name");
+        SetAttribute(dispName_.get(), com::BorrowedText(column->DispName()));
         if (const wchar_t* direction = DirectionText(column->Direction())) {
-            writer_.AddAttribute(direction_.get(), direction);
+            SetAttribute(direction_.get(), com::UniqueVariant::Text(direction).get());
         }
-        if (const wchar_t* type = TypeText(column->PropType())) writer_.AddAttribute(type_.get(), type);
+        if (const wchar_t* type = TypeText(column->PropType())) {
+            SetAttribute(type_.get(), com::UniqueVariant::Text(type).get());
+        }
         // Every type but Int, Date and Bool is written as text from here on, Double included: its
         // values in this document are decimal text under a "DOUBLE" column. Readers have always
         // seen it so.
@@ -166,12 +204,13 @@ void PropertyDocumentWriter::WriteColumns() {
         if (written != qnpsPropType_Int && written != qnpsPropType_Date && written != qnpsPropType_Bool) {
             column->SetPropType(qnpsPropType_String);
         }
-        if (column->Hidden() != VARIANT_FALSE) writer_.AddAttribute(hidden_.get(), L"1");
+        if (column->Hidden() != VARIANT_FALSE) SetAttribute(hidden_.get(), com::UniqueVariant::Text(L"1").get());
         if (column->Order() >= 0) {
             wchar_t order[16];
             std::swprintf(order, 16, L"%ld", column->Order());
-            writer_.AddAttribute(order_.get(), order);
+            SetAttribute(order_.get(), com::UniqueVariant::Text(order).get());
         }
+        EndElement();
     }
 }
 
@@ -183,45 +222,49 @@ void PropertyDocumentWriter::WriteRows() {
         const CQnPSRow* row = rows->RowAt(i);
         if (!row) continue;
         if (!writer_.AddElement(nullptr, rowElement_.get())) continue;
+        currentRowId_ = row->RowID();
+        RequireCarriable(currentRowId_, L"The identifier of row " + std::to_wstring(i + 1));
         // A row without identifier is written with an empty one; the parser wants a real string.
-        writer_.AddAttribute(rowId_.get(), com::BorrowedText(row->RowID() ? row->RowID() : emptyText_.get()));
+        SetAttribute(rowId_.get(), com::BorrowedText(currentRowId_ ? currentRowId_ : emptyText_.get()));
 
         for (size_t j = 0; j < row->ItemCount(); ++j) {
             const CQnPSProperty* cell = row->PropertyAt(j);
             const CQnPSColumnDef* column = cell ? cell->Definition() : nullptr;
             if (!column) continue;
             if (!writeEveryDirection && column->Direction() == qnpsPropDirection_ToDocument) continue;
-            WriteValue(cell->Value(), column, *column);
-            if (old_) {
-                if (CColomnEl* record = RecordFor(*column)) record->position = rowIndex;
-            }
+            CColomnEl* record = RecordFor(*column);
+            // The first cell of a column in a row gives its value, as a lookup by name finds it.
+            if (!record || record->position == rowIndex) continue;
+            record->position = rowIndex;
+            WriteValue(cell->Value(), *record, column->PropType());
         }
-        if (old_ && !mergeColumns_.empty()) CarryOver(*row, rowIndex);
+        if (old_) CarryOver(*row, rowIndex);
+        EndElement();
     }
 }
 
 CColomnEl* PropertyDocumentWriter::RecordFor(const CQnPSColumnDef& column) {
-    // A definition's record is the first one of its name; asked once per cell, looked up once per
-    // definition.
+    // The table's own definitions are known by now; a cell may point at a definition the table
+    // does not hold, which gives the values of the written column of its name.
     const auto [cached, added] = recordByColumn_.try_emplace(&column, -1);
     if (added) {
         const auto record = recordsByName_.find(com::FoldedName(column.Name()));
         if (record != recordsByName_.end()) cached->second = record->second;
     }
-    return cached->second < 0 ? nullptr : &mergeColumns_[static_cast<size_t>(cached->second)];
+    return cached->second < 0 ? nullptr : &columns_[static_cast<size_t>(cached->second)];
 }
 
 void PropertyDocumentWriter::CarryOver(const CQnPSRow& row, long rowIndex) {
     IXMLDOMElement* oldRow = nullptr;
     bool searched = false;
-    for (CColomnEl& record : mergeColumns_) {
-        if (record.position != rowIndex && record.column) {
+    for (CColomnEl& record : columns_) {
+        if (record.position != rowIndex && record.oldSlot >= 0) {
             // The old row is looked for once a row, and only when a column needs it.
             if (!searched) {
                 oldRow = old_->FindRow(row.RowID());
                 searched = true;
             }
-            if (oldRow && record.oldSlot >= 0) CarryValue(oldRow, record);
+            if (oldRow) CarryValue(oldRow, record);
         }
         record.position = -1;
     }
@@ -230,20 +273,75 @@ void PropertyDocumentWriter::CarryOver(const CQnPSRow& row, long rowIndex) {
 void PropertyDocumentWriter::CarryValue(IXMLDOMElement* oldRow, const CColomnEl& record) {
     try {
         const com::UniqueVariant value = old_->Value(oldRow, record.oldSlot);
-        WriteValue(value.get(), record.column, old_->Column(record.oldSlot));
+        // Under the name the table gives the column now, so that it reads back under it; in the
+        // encoding the old document gave it.
+        WriteValue(value.get(), record, old_->Column(record.oldSlot).PropType());
     } catch (const com::ComError& error) {
         // An old value that its own column's encoding no longer takes (a date beyond the range of
         // automation dates) is left behind; the rest of the write goes on.
-        if (error.Code() == E_OUTOFMEMORY) throw;
+        if (error.Code() == E_OUTOFMEMORY || error.Description()) throw;
     }
 }
 
-void PropertyDocumentWriter::WriteValue(const VARIANT& value, const CQnPSColumnDef* gate,
-                                        const CQnPSColumnDef& encoding) {
+void PropertyDocumentWriter::WriteValue(const VARIANT& value, const CColomnEl& record, qnpsPropertyType encoding) {
     if (value.vt == VT_EMPTY || value.vt == VT_NULL) return;
-    if (!gate || com::IsEmptyBstr(gate->Name())) return;
-    const com::UniqueBstr text = EncodeValue(value, encoding.PropType());
-    writer_.AddAttribute(encoding.Name(), com::BorrowedText(text.get()));
+    const com::UniqueBstr text = EncodeValue(value, encoding);
+    // Numbers, dates and booleans are written in digits; only a text can hold what XML cannot carry.
+    if (encoding != qnpsPropType_Int && encoding != qnpsPropType_Date && encoding != qnpsPropType_Double &&
+        encoding != qnpsPropType_Bool) {
+        RequireCarriable(text.get(), L"Row " + std::wstring(currentRowId_ ? currentRowId_ : L"") + L", column " +
+                                         std::wstring(record.column->Name()) + L": the value");
+    }
+    SetAttribute(record.column->Name(), com::BorrowedText(text.get()));
+}
+
+void PropertyDocumentWriter::VerifySaved(const std::vector<BYTE>& bytes) {
+    const auto refuse = [] {
+        throw com::ComError(QNPS_E_WRITEXMLERROR,
+                            std::make_shared<const std::wstring>(
+                                L"The stream's document has a document type declaration, and what it declares "
+                                L"changes the document as the parser saves it; the stream was not changed."));
+    };
+    values::VariantArray source;
+    com::ThrowIfFailed(source.Create(VT_UI1, static_cast<ULONG>(bytes.size()), bytes.data()));
+    xml::CXmlReaderBase saved, built;
+    if (!saved.OpenDocument(&source.get()) || !built.AttachDocument(writer_.Document())) refuse();
+    for (const wchar_t* name : {kVersion, kApplication}) {
+        const wchar_t* names[] = {name, nullptr};
+        std::vector<std::wstring> savedValue, builtValue;
+        saved.GetRootInfo(names, &savedValue, nullptr);
+        built.GetRootInfo(names, &builtValue, nullptr);
+        if (savedValue != builtValue) refuse();
+    }
+    size_t element = 0;
+    for (const wchar_t* section : {kColumnDefs, kProperties}) {
+        if (!saved.OpenSection(section) || !built.OpenSection(section)) refuse();
+        com::UniqueBstr builtName, savedName;
+        while (built.NextElement(builtName.put())) {
+            // Each element as built: its name, and exactly the attributes set on it with their texts
+            // (no default that a declaration adds, no value it normalises).
+            if (!saved.NextElement(savedName.put()) || !builtName || !savedName ||
+                std::wcscmp(builtName.get(), savedName.get()) != 0 || element >= attributeCounts_.size() ||
+                static_cast<unsigned long>(AttributeCount(saved.CurrentElement())) != attributeCounts_[element++]) {
+                refuse();
+            }
+            com::ComPtr<IXMLDOMNamedNodeMap> attributes;
+            saved.CurrentElement()->get_attributes(attributes.put());
+            if (!attributes) refuse();
+            attributes->reset();
+            for (com::ComPtr<IXMLDOMNode> attribute; attributes->nextNode(attribute.put()) == S_OK && attribute;) {
+                com::UniqueBstr name, savedText, builtText;
+                if (FAILED(attribute->get_nodeName(name.put())) || !saved.GetAttribute(name.get(), savedText.put()) ||
+                    !built.GetAttribute(name.get(), builtText.put()) ||
+                    com::BstrLength(savedText.get()) != com::BstrLength(builtText.get()) ||
+                    std::wmemcmp(savedText.get() ? savedText.get() : L"", builtText.get() ? builtText.get() : L"",
+                                 com::BstrLength(savedText.get())) != 0) {
+                    refuse();
+                }
+            }
+        }
+        if (saved.NextElement(savedName.put())) refuse();
+    }
 }
 
 }  // namespace format

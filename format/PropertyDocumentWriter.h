@@ -18,41 +18,64 @@ namespace format {
 // document; a stream that holds one keeps its root and everything under it but the two sections,
 // which are written anew, and values the table does not supply are carried over from the old
 // document's row of the same identifier unless the flags say otherwise.
+//
+// Only what a document can carry is written: a column whose name is no writable name, or that
+// repeats an earlier column's name without regard to case, is left out with its values; a text the
+// document would carry holding a character that XML cannot carry refuses the whole write before
+// the stream is touched.
 class PropertyDocumentWriter {
 public:
     PropertyDocumentWriter(model::CQnPSTable& table, long flags);
 
-    // S_OK, QNPS_E_WRONGAPPLICATION or QNPS_E_WRITEXMLERROR; a failure of the stream itself is
-    // thrown as QNPS_E_WRITEXMLERROR with a text that says what the stream holds afterwards. The
-    // stream holds the old content or the whole new document after every call made to it.
+    // S_OK, QNPS_E_WRONGAPPLICATION or QNPS_E_WRITEXMLERROR; a failure of the stream itself, and
+    // content the document cannot carry, are thrown as QNPS_E_WRITEXMLERROR with a text that says
+    // what happened and what the stream holds. The stream holds the old content or the whole new
+    // document after every call made to it.
     HRESULT Write(IStream* stream, ULONGLONG streamSize);
 
 private:
     HRESULT BeginNewDocument();
     HRESULT BeginExistingDocument(const std::vector<BYTE>& oldBytes);
     [[noreturn]] static void ThrowWriteError(const wchar_t* what, HRESULT code, const wchar_t* after);
+    // Refuses the write when `text` holds a character the document cannot carry; `what` names
+    // where the text would have gone.
+    static void RequireCarriable(BSTR text, const std::wstring& what);
+    static void RequireCarriable(const wchar_t* text, size_t length, const std::wstring& what);
     void WriteColumns();
     void WriteRows();
     void CarryOver(const model::CQnPSRow& row, long rowIndex);
-    // The merge record that a cell of this column marks, or null.
+    // The written column whose values a cell of this definition gives, or null when the definition
+    // was left out of the document.
     CColomnEl* RecordFor(const model::CQnPSColumnDef& column);
     void CarryValue(IXMLDOMElement* oldRow, const CColomnEl& record);
-    // Writes one value under the name and encoding of `encoding`, provided the gate definition has a
-    // name; empty and null values write nothing.
-    void WriteValue(const VARIANT& value, const model::CQnPSColumnDef* gate,
-                    const model::CQnPSColumnDef& encoding);
+    // Writes one value under the written column's name, encoded by `encoding`; empty and null values
+    // write nothing.
+    void WriteValue(const VARIANT& value, const CColomnEl& record, qnpsPropertyType encoding);
+    void SetAttribute(BSTR name, const VARIANT& value);
+    void EndElement();
+    // A document type declaration may declare entities and attribute defaults that the parser's
+    // save does not keep as it read them: the saved bytes must read back as built, or the write
+    // is refused.
+    void VerifySaved(const std::vector<BYTE>& bytes);
 
     model::CQnPSTable& table_;
     const long flags_;
     xml::CXmlWriterBase writer_;
     const com::UniqueBstr rowElement_, rowId_, dispName_, direction_, type_, hidden_, order_, emptyText_;
 
-    // The merge's state, for one write: the old document, and the written columns in table order
-    // (the first of each folded name is the one a cell marks).
-    std::unique_ptr<OldDocument> old_;
-    std::vector<CColomnEl> mergeColumns_;
+    // The written columns in table order, by folded name, and the record of every definition the
+    // table holds (-1 for those left out).
+    std::vector<CColomnEl> columns_;
     std::unordered_map<std::wstring, long> recordsByName_;
     std::unordered_map<const model::CQnPSColumnDef*, long> recordByColumn_;
+    // The merge's old document, and the row being written (for messages).
+    std::unique_ptr<OldDocument> old_;
+    BSTR currentRowId_ = nullptr;
+    // Only when the old document has a document type declaration: the number of attributes the
+    // writer set on each element of the two sections, in document order.
+    bool verifySaved_ = false;
+    unsigned long attributesOfElement_ = 0;
+    std::vector<unsigned long> attributeCounts_;
 };
 
 }  // namespace format

@@ -2,6 +2,9 @@
 
 #include "com/Platform.h"
 
+#include <cstddef>
+#include <string>
+
 // The property storage document: element and attribute names, fixed texts and the version rule.
 namespace format {
 
@@ -31,5 +34,28 @@ inline constexpr wchar_t kTypeBool[] = L"BOOL";
 long VersionNumber(const wchar_t* text) noexcept;
 // Versions 1 to 101 are read; anything else, an empty text included, is refused.
 bool IsReadableVersion(const wchar_t* text) noexcept;
+
+// What a document can carry. The parsers that read these documents differ: the Windows parser takes
+// names by the older edition of XML 1.0, libxml2 by the newer one; Wine's takes at build time what it
+// refuses at load. So the library decides by the rules every XML 1.0 parser shares, never by what one
+// parser accepts.
+
+// A column is written only under a name without a colon that every XML 1.0 parser takes as an
+// element and attribute name, and that is none of the names the document keeps for itself
+// ("RowID" and "xmlns", without regard to case). Any other column is left out of the document.
+bool IsWritableColumnName(const wchar_t* name, size_t length) noexcept;
+
+// A character of a text that no XML 1.0 document can carry, not even as a character reference:
+// U+0000 to U+001F but tab, line feed and carriage return; U+FFFE, U+FFFF; a surrogate without
+// its partner. `position` counts the text's UTF-16 units from 1.
+struct UncarriableCharacter {
+    size_t position = 0;
+    unsigned long code = 0;
+};
+// The first such character of the text, which is read by its length (a NUL is a character too);
+// false when there is none.
+bool FindUncarriableCharacter(const wchar_t* text, size_t length, UncarriableCharacter& found) noexcept;
+// "U+000B at position 12".
+std::wstring DescribeUncarriable(const UncarriableCharacter& found);
 
 }  // namespace format

@@ -87,10 +87,27 @@ int CXmlReaderBase::OpenSection(const wchar_t* name) {
     level_.reset();
     nextChild_.reset();
     if (!open_ || !name || !root_) return 0;
-    section_ = FirstDescendant(root_.get(), name);
+    // The root's own child first: a column element of that name inside another section must not
+    // pass for the section. Documents of other writers may keep the section deeper down.
+    section_ = DirectChild(root_.get(), name);
+    if (!section_) section_ = FirstDescendant(root_.get(), name);
     if (!section_) return 0;
     EnterChildrenOf(section_.get());
     return 1;
+}
+
+com::ComPtr<IXMLDOMNode> CXmlReaderBase::DirectChild(IXMLDOMNode* parent, const wchar_t* name) {
+    com::ComPtr<IXMLDOMNode> node;
+    parent->get_firstChild(node.put());
+    for (; node; node = NextSibling(node.get())) {
+        const auto element = AsElement(node.get());
+        com::UniqueBstr nodeName;
+        if (element && SUCCEEDED(element->get_nodeName(nodeName.put())) && nodeName &&
+            std::wcscmp(nodeName.get(), name) == 0) {
+            return node;
+        }
+    }
+    return nullptr;
 }
 
 // The first element of that name below `parent`, in document order: a walk that stops at the first

@@ -26,7 +26,8 @@ public:
     // in list order: a missing attribute adds nothing.
     int GetRootInfo(const wchar_t* const* attributeNames, std::vector<std::wstring>* values,
                     std::wstring* rootName);
-    // Positions on the first element of that name anywhere below the root.
+    // Positions on the root's child of that name, or else on the first element of that name
+    // anywhere below the root.
     int OpenSection(const wchar_t* name);
     // The next child element of the current level; text, white space and comments are skipped.
     int NextElement(BSTR* nameOut);
@@ -40,6 +41,7 @@ public:
 
 private:
     int Opened(IXMLDOMElement* root);
+    static com::ComPtr<IXMLDOMNode> DirectChild(IXMLDOMNode* parent, const wchar_t* name);
     static com::ComPtr<IXMLDOMNode> FirstDescendant(IXMLDOMNode* parent, const wchar_t* name);
     void EnterChildrenOf(IXMLDOMNode* parent);
 

@@ -60,11 +60,8 @@ void CXmlWriterBase::RemoveSections(const wchar_t* name) {
 int CXmlWriterBase::SelectSection(const wchar_t* name) {
     insertionParent_.reset();
     if (!name || !file_ || !document_) return 0;
-    if (!file_->HasSection(name)) return 0;
-    const com::UniqueBstr tagName = com::CopyText(name);
-    com::ComPtr<IXMLDOMNodeList> matches;
-    if (FAILED(file_->GetRoot()->getElementsByTagName(tagName.get(), matches.put())) || !matches) return 0;
-    matches->get_item(0, insertionParent_.put());
+    // The root's own child, never an element of that name deeper down (a column may be called so).
+    insertionParent_ = file_->GetSection(name);
     return insertionParent_ ? 1 : 0;
 }
 

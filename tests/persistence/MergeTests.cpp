@@ -67,19 +67,19 @@ const MergeCase kMerges[] = {
     // The first old row of an identifier wins.
     {Plain("<Row RowID=\"R1\" Sheets=\"1\"/><Row RowID=\"r1\" Sheets=\"2\" Scale=\"3FF0000000000000\"/>"),
      qnpsWriteNormal, Plain("<Row RowID=\"r1\" Title=\"New one\" Sheets=\"1\"/>" + kOtherRows)},
-    // Columns are matched without case; the carried value keeps the name the old document gave it.
+    // Columns are matched without case; the carried value takes the name the table gives the column
+    // now, so that it reads back under it.
     {Document("<ColumnDefs><sheets Type=\"INT\"/></ColumnDefs><Properties><Row RowID=\"R1\" sheets=\"3\"/>"
               "</Properties>"),
-     qnpsWriteNormal, Plain("<Row RowID=\"r1\" Title=\"New one\" sheets=\"3\"/>" + kOtherRows)},
+     qnpsWriteNormal, Plain("<Row RowID=\"r1\" Title=\"New one\" Sheets=\"3\"/>" + kOtherRows)},
     // A root without Application gets none, with or without overwriting.
     {kWithoutApplication, qnpsWriteNormal, Plain(kNewRows, " Version=\"1.01\"")},
     {kWithoutApplication, qnpsOverwrite, Plain(kNewRows, " Version=\"1.01\"")},
-    // Foreign children stay and the sections go after them. Only direct children are removed, but
-    // sections are filled as found by name at any depth: a nested Properties, coming first, gets
-    // the rows (and is where a read finds them), the new one stays empty.
+    // Foreign children stay and the sections go after them. Only direct children are removed and
+    // filled: a nested Properties stays as it was (a column may be called Properties too).
     {Document("<ColumnDefs><Gone/></ColumnDefs><Before><Properties/></Before><Properties/><After a=\"1\"/>"),
      qnpsWriteNormal,
-     Document("<Before><Properties>" + kNewRows + "</Properties></Before><After a=\"1\"/>" + kDefs + "<Properties/>")},
+     Document("<Before><Properties/></Before><After a=\"1\"/>" + kDefs + "<Properties>" + kNewRows + "</Properties>")},
     // What cannot be read as a table is written over without merging or comparing the application;
     // its root, version included, stays as it was.
     {Merged(kDefs, "<Row RowID=\"R1\" Sheets=\"3\"/>", " Version=\"2.0\" Application=\"Drafting\""), qnpsWriteNormal,

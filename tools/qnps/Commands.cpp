@@ -12,6 +12,7 @@
 #include "Utf8.h"
 #include "com/Bstr.h"
 #include "com/UniqueHandle.h"
+#include "format/PropertyStorageFormat.h"
 
 namespace qnps {
 namespace {
@@ -139,6 +140,14 @@ int Commands::Import() {
                        "\" is a double column: its values are stored as decimal text under \"DOUBLE\", which "
                        "reads back as 0 (and the written table reports the column as string)\n");
     }
+    // A column the document cannot name would be left out without a word; the user is told before
+    // anything is written. The characters the document cannot carry the library itself refuses.
+    for (const auto& column : table.columns) {
+        if (format::IsWritableColumnName(column.name.data(), column.name.size())) continue;
+        throw ToolError(ToUtf8(operands_[2]) + ": the column \"" + ToUtf8(column.name) +
+                        "\" cannot be written: a column's name must be an XML name without a colon (letters, "
+                        "digits, '_', '-', '.'; not starting with a digit, '-' or '.') and none of RowID and xmlns");
+    }
     const long flags = (Has(L"--overwrite") ? qnpsOverwrite : 0) | (Has(L"--skip-direction") ? qnpsSkipDirection : 0);
 
     StorageServer& server = Server();
@@ -166,7 +175,7 @@ int Commands::Import() {
             throw ToolError(Context(path, streamPath) + ": the stream's document belongs to \"" + ToUtf8(existing) +
                                 "\", not \"" + ToUtf8(table.application) + "\" (--overwrite writes it all the same)",
                             hr);
-        if (FAILED(hr)) throw ToolError::Failed(Context(path, streamPath), hr);
+        if (FAILED(hr)) throw ToolError::FailedWithRecord(Context(path, streamPath), hr);
         file.Commit();
     } catch (...) {
         file.RemoveCreated();

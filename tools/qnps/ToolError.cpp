@@ -2,8 +2,20 @@
 
 #include "QnPropStorage.h"
 #include "Utf8.h"
+#include "com/Bstr.h"
+#include "com/ComPtr.h"
 
 namespace qnps {
+
+ToolError ToolError::FailedWithRecord(const std::string& context, HRESULT code) {
+    com::ComPtr<IErrorInfo> record;
+    if (::GetErrorInfo(0, record.put()) != S_OK || !record) return Failed(context, code);
+    com::UniqueBstr description;
+    record->GetDescription(description.put());
+    const std::wstring words(description ? description.get() : L"", com::BstrLength(description.get()));
+    if (words.empty()) return Failed(context, code);
+    return ToolError(context + ": " + ToUtf8(words), code);
+}
 
 std::string ToolError::Describe(HRESULT code) {
     switch (static_cast<unsigned long>(code)) {

@@ -18,6 +18,8 @@ public:
     static ToolError Failed(const std::string& context, HRESULT code) {
         return ToolError(context + ": " + Describe(code), code);
     }
+    // The same, in the words of the error record the failing call left, when it left one.
+    static ToolError FailedWithRecord(const std::string& context, HRESULT code);
     static ToolError Usage(const std::string& message) { return ToolError(message, S_OK, true); }
 
     // The library's own codes and the storage codes a user meets, in words; others as the
