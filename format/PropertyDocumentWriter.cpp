@@ -38,6 +38,20 @@ const wchar_t* DirectionText(qnpsPropertyDirection direction) noexcept {
     }
 }
 
+// The attribute as set on the element, not as a declaration's default would supply it.
+bool SpecifiedAttribute(IXMLDOMElement* element, BSTR name, com::UniqueBstr& text) {
+    com::ComPtr<IXMLDOMNamedNodeMap> attributes;
+    com::ComPtr<IXMLDOMNode> attribute;
+    if (FAILED(element->get_attributes(attributes.put())) || !attributes ||
+        attributes->getNamedItem(name, attribute.put()) != S_OK || !attribute) {
+        return false;
+    }
+    com::UniqueVariant value;
+    attribute->get_nodeValue(value.put());
+    text = value.type() == VT_BSTR ? value.TakeText() : com::CopyText(L"");
+    return true;
+}
+
 }  // namespace
 
 PropertyDocumentWriter::PropertyDocumentWriter(model::CQnPSTable& table, long flags)
@@ -313,29 +327,30 @@ void PropertyDocumentWriter::VerifySaved(const std::vector<BYTE>& bytes) {
         built.GetRootInfo(names, &builtValue, nullptr);
         if (savedValue != builtValue) refuse();
     }
+    // Each element as built: its name, and every attribute a reader asks for with the text the
+    // writer set or none (no default that a declaration adds, no value it normalises), and no
+    // attribute beyond those set.
+    std::vector<BSTR> columnAttributes = {dispName_.get(), direction_.get(), type_.get(), hidden_.get(), order_.get()};
+    std::vector<BSTR> rowAttributes = {rowId_.get()};
+    for (const CColomnEl& record : columns_) rowAttributes.push_back(record.column->Name());
     size_t element = 0;
     for (const wchar_t* section : {kColumnDefs, kProperties}) {
         if (!saved.OpenSection(section) || !built.OpenSection(section)) refuse();
+        const std::vector<BSTR>& names = section == kColumnDefs ? columnAttributes : rowAttributes;
         com::UniqueBstr builtName, savedName;
         while (built.NextElement(builtName.put())) {
-            // Each element as built: its name, and exactly the attributes set on it with their texts
-            // (no default that a declaration adds, no value it normalises).
             if (!saved.NextElement(savedName.put()) || !builtName || !savedName ||
                 std::wcscmp(builtName.get(), savedName.get()) != 0 || element >= attributeCounts_.size() ||
                 static_cast<unsigned long>(AttributeCount(saved.CurrentElement())) != attributeCounts_[element++]) {
                 refuse();
             }
-            com::ComPtr<IXMLDOMNamedNodeMap> attributes;
-            saved.CurrentElement()->get_attributes(attributes.put());
-            if (!attributes) refuse();
-            attributes->reset();
-            for (com::ComPtr<IXMLDOMNode> attribute; attributes->nextNode(attribute.put()) == S_OK && attribute;) {
-                com::UniqueBstr name, savedText, builtText;
-                if (FAILED(attribute->get_nodeName(name.put())) || !saved.GetAttribute(name.get(), savedText.put()) ||
-                    !built.GetAttribute(name.get(), builtText.put()) ||
-                    com::BstrLength(savedText.get()) != com::BstrLength(builtText.get()) ||
-                    std::wmemcmp(savedText.get() ? savedText.get() : L"", builtText.get() ? builtText.get() : L"",
-                                 com::BstrLength(savedText.get())) != 0) {
+            for (BSTR name : names) {
+                com::UniqueBstr setText, savedText;
+                const bool set = SpecifiedAttribute(built.CurrentElement(), name, setText);
+                if (set != (saved.GetAttribute(name, savedText.put()) != 0) ||
+                    com::BstrLength(setText.get()) != com::BstrLength(savedText.get()) ||
+                    std::wmemcmp(setText.get() ? setText.get() : L"", savedText.get() ? savedText.get() : L"",
+                                 com::BstrLength(setText.get())) != 0) {
                     refuse();
                 }
             }

@@ -20,7 +20,13 @@ com::UniqueVariant Converted(const VARIANT& value, VARTYPE type, USHORT flags = 
 com::UniqueBstr EncodeValue(const VARIANT& value, qnpsPropertyType type) {
     switch (type) {
         case qnpsPropType_String: {
-            if (value.vt == VT_BSTR) return com::CopyText(value.bstrVal ? value.bstrVal : L"");
+            // By its length: a NUL inside is part of the text, and refused with it.
+            if (value.vt == VT_BSTR) {
+                if (!value.bstrVal) return com::CopyText(L"");
+                com::UniqueBstr copy(com::CopyBstrBytes(value.bstrVal));
+                if (!copy) com::ThrowOutOfMemory();
+                return copy;
+            }
             com::UniqueVariant text = Converted(value, VT_BSTR);
             return com::UniqueBstr(std::exchange(text.get().bstrVal, nullptr));
         }

@@ -97,7 +97,8 @@ TEST_F(Documents, TheReadersOwnRulesForNamesAttributesAndRows) {
         "<row Plain=\"lost\"/><!-- a comment --><Other RowID=\"X\"/><?pi data?><ROW RowID=\"\" Plain=\"empty id\"/>"
         "<row RowID=\"R1\" Lower=\"12abc\" Upper=\"true\" Dates=\"3FF0000000000000\" Reals=\"C004000000000000\" "
         "Plain=\" 5 \"/><Row RowID=\"R2\" Lower=\"abc\" Upper=\"0\" Dates=\"3FF000000000000\" "
-        "Reals=\"3FE0000000000000trailing\" Plain=\"\"/><Row RowID=\"R3\" Upper=\"\" Reals=\"3FFa000000000000\"/>"
+        "Reals=\"3FE0000000000000trailing\" Plain=\"\"/><Row RowID=\"R3\" Upper=\"\" Reals=\"3FFa000000000000\" "
+        "dates=\"4000000000000000\" ROWID=\"x\" DATES=\"4008000000000000\"/>"
         "</Properties></propertystorage>")
                           .get());
     ASSERT_TRUE(table);
@@ -118,6 +119,8 @@ TEST_F(Documents, TheReadersOwnRulesForNamesAttributesAndRows) {
     EXPECT_EQ(L"I4 12", CellText(table.get(), L"R1", L"Lower"));
     EXPECT_EQ(L"I4 0", CellText(table.get(), L"R2", L"Lower"));
     EXPECT_EQ(L"R8 1", CellText(table.get(), L"R1", L"Dates"));
+    // A value under another spelling of its column's name is found, the first such attribute.
+    EXPECT_EQ(L"R8 2", CellText(table.get(), L"R3", L"Dates"));
     EXPECT_EQ(L"R8 0", CellText(table.get(), L"R2", L"Dates"));
     EXPECT_EQ(L"R8 -2.5", CellText(table.get(), L"R1", L"Reals"));
     EXPECT_EQ(L"R8 0.5", CellText(table.get(), L"R2", L"Reals"));
@@ -127,6 +130,43 @@ TEST_F(Documents, TheReadersOwnRulesForNamesAttributesAndRows) {
     EXPECT_EQ(L"I2 0", CellText(table.get(), L"R2", L"Upper"));
     EXPECT_EQ(L"I2 -1", CellText(table.get(), L"R3", L"Upper"));
     EXPECT_EQ(L"BSTR  5 ", CellText(table.get(), L"R1", L"Plain"));
+}
+
+// A document type declaration may make the parser's save write what no parser reads, or read back
+// what was not written; the write then answers so and leaves the stream as it was.
+TEST_F(Documents, DeclarationsThatChangeTheSavedDocumentRefuseTheWrite) {
+    const std::string sections = "<ColumnDefs><Title/></ColumnDefs><Properties><Row RowID=\"R1\" Title=\"old\"/></Properties>";
+    const struct {
+        const char* declaration;
+        const char* root;
+        HRESULT expected;
+    } cases[] = {
+        {"", " Version=\"1.01\"", S_OK},
+        {"<!DOCTYPE PropertyStorage>", " Version=\"1.01\"", S_OK},
+        {"<!DOCTYPE PropertyStorage [<!ENTITY e \"a&#38;#60;b\">]>", " Version=\"1.01\" Note=\"&e;\"", S_OK},
+        {"<!DOCTYPE PropertyStorage [<!ENTITY q '&#34;'>]>", " Version=\"1.01\" Note=\"&q;\"", S_OK},
+        // A default would fill R2's empty value; a list type would close up the value's spaces.
+        {"<!DOCTYPE PropertyStorage [<!ATTLIST Row Title CDATA \"default\">]>", " Version=\"1.01\"", kWriteXmlError},
+        {"<!DOCTYPE PropertyStorage [<!ATTLIST Row Title NMTOKENS #IMPLIED>]>", " Version=\"1.01\"", kWriteXmlError},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.declaration);
+        auto stream = StreamWith(std::string(kDeclaration) + c.declaration + "<PropertyStorage" + c.root + ">" +
+                                 sections + "</PropertyStorage>");
+        const std::string before = StreamBytes(stream.get());
+        auto title = MakeColumn(L"Title");
+        auto table = OneCellTable(nullptr, title.get(), VariantOf(L" two  spaces ").get());
+        AddRow(table.get(), L"R2", {{title.get(), &UniqueVariant().get()}});
+        const HRESULT hr = Write(stream.get(), table.get());
+        EXPECT_EQ(c.expected, hr);
+        if (hr != S_OK) {
+            EXPECT_EQ(before, StreamBytes(stream.get()));
+            continue;
+        }
+        auto back = Read(stream.get());
+        EXPECT_EQ(L"BSTR  two  spaces ", CellText(back.get(), L"R1", L"Title"));
+        EXPECT_EQ(L"EMPTY", CellText(back.get(), L"R2", L"Title"));
+    }
 }
 
 }  // namespace
