@@ -112,6 +112,10 @@ cp new.qnps readonly.qnps && chmod a-w readonly.qnps
 echo '{"columns": [ }' >bad.json
 echo '{"columns": [{"name": "A", "type": "float"}]}' >badtype.json
 echo '{"columns": [{"name": "A", "type": "int"}], "rows": [{"id": "R1", "values": {"A": "7"}}]}' >badvalue.json
+# What a document cannot carry: a name the tool refuses before writing, characters the library does.
+echo '{"columns": [{"name": "Title"}, {"name": "Drawing No."}]}' >badname.json
+printf '%s\n' '{"columns": [{"name": "Title"}], "rows": [{"id": "R1", "values": {"Title": "line\u000bbreak"}}]}' >vt.json
+printf '%s\n' '{"columns": [{"name": "Title"}], "rows": [{"id": "R2", "values": {"Title": "a\u0000b"}}]}' >zero.json
 checksums=$(sha256sum ./*.qnps)
 P=Drawings/Sheet1/Props
 long=NameLongerThanTheThirtyOneCharactersAllowed
@@ -137,6 +141,9 @@ done <<CASES
 1|^qnps: badtype.json: columns\[0\]: "type" must be one of string, int, double, date, bool$|import made.qnps P badtype.json
 1|^qnps: badvalue.json: rows\[0\]: "A": an int value must be a 32-bit integer$|import made.qnps P badvalue.json
 1|^qnps: missing.json: |import made.qnps P missing.json
+1|^qnps: badname.json: the column "Drawing No." cannot be written: a column's name must be an XML name|import new.qnps $P badname.json
+1|^qnps: new.qnps: $P: Row R1, column Title: the value holds U\+000B at position 5, which a property document cannot carry; the stream was not changed. \(0x80048002\)$|import new.qnps $P vt.json
+1|Row R2, column Title: the value holds U\+0000 at position 2|import new.qnps $P zero.json
 2|^qnps: show takes 2 operands|show new.qnps
 2|^qnps: unknown option --bogus for export|export new.qnps $P --bogus
 0|^$|export readonly.qnps $P --csv
