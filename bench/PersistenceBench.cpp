@@ -3,6 +3,10 @@
 // scale, a bare client of the platform parser writing a document of the same shape.
 //
 //   qnps_bench.exe PATH-TO-DLL [ROWS] [COLUMNS]     (QNPS_BENCH_READS: read pairs, 3 by default)
+//
+// With QNPS_BENCH_WRITE_AGAINST naming another build of the DLL (under another file name), the
+// write into an empty stream is also timed against that build's, in alternating pairs
+// (QNPS_BENCH_WRITES, 5 by default), each build writing a table it built itself.
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
@@ -270,6 +274,53 @@ double UniqueValuesOfDistinctTexts(IQnPropertyStorage* storage, int count) {
 
 }  // namespace
 
+ComPtr<IQnPropertyStorage> StorageFrom(const char* path) {
+    const std::wstring dllPath(path, path + std::strlen(path));
+    HMODULE library = ::LoadLibraryW(dllPath.c_str());
+    if (!library) {
+        std::fprintf(stderr, "cannot load %s\n", path);
+        std::exit(1);
+    }
+    using GetClassObject = HRESULT(STDAPICALLTYPE*)(REFCLSID, REFIID, void**);
+    auto getClassObject = reinterpret_cast<GetClassObject>(
+        reinterpret_cast<void*>(::GetProcAddress(library, "DllGetClassObject")));
+    ComPtr<IClassFactory> factory;
+    Check(getClassObject(CLSID_CQnPropStorage, IID_IClassFactory, factory.put_void()), "DllGetClassObject");
+    ComPtr<IQnPropertyStorage> storage;
+    Check(factory->CreateInstance(nullptr, IID_IQnPropertyStorage, storage.put_void()), "CreateInstance");
+    return storage;
+}
+
+double WriteIntoEmpty(IQnPropertyStorage* storage, IQnPSTable* table) {
+    ComPtr<IStorage> file;
+    auto stream = CreateFileStream(L"bench-pair.qnps", file);
+    const auto start = Clock::now();
+    Check(storage->WriteProperties(stream.get(), table, qnpsWriteNormal), "write into empty");
+    const double seconds = Seconds(start);
+    stream.reset();
+    file.reset();
+    ::DeleteFileW(L"bench-pair.qnps");
+    return seconds;
+}
+
+// This build's write against another's, alternating so that both meet the same load.
+void WritesAgainst(IQnPropertyStorage* storage, const char* otherPath, int rows, int columns) {
+    auto other = StorageFrom(otherPath);
+    auto table = BuildTable(storage, rows, columns), otherTable = BuildTable(other.get(), rows, columns);
+    const char* pairs = std::getenv("QNPS_BENCH_WRITES");
+    const int repeats = std::max(1, pairs ? std::atoi(pairs) : 5);
+    std::vector<double> ratios;
+    for (int i = 0; i < repeats; ++i) {
+        const double own = WriteIntoEmpty(storage, table.get());
+        const double theirs = WriteIntoEmpty(other.get(), otherTable.get());
+        ratios.push_back(own / theirs);
+        std::printf("write vs other build:   %7.2f s against %.2f s: %.3f x\n", own, theirs, ratios.back());
+    }
+    std::sort(ratios.begin(), ratios.end());
+    std::printf("write vs other build:   %.3f x median (%.3f to %.3f over %d pairs)\n", ratios[repeats / 2],
+                ratios.front(), ratios.back(), repeats);
+}
+
 int main(int argc, char** argv) {
     if (argc < 2) {
         std::fprintf(stderr, "usage: qnps_bench PATH-TO-DLL [ROWS] [COLUMNS]\n");
@@ -280,19 +331,11 @@ int main(int argc, char** argv) {
     const int columns = argc > 3 ? std::atoi(argv[3]) : 20;
     ::CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
 
-    const std::wstring dllPath(argv[1], argv[1] + std::strlen(argv[1]));
-    HMODULE library = ::LoadLibraryW(dllPath.c_str());
-    if (!library) {
-        std::fprintf(stderr, "cannot load %s\n", argv[1]);
-        return 1;
+    ComPtr<IQnPropertyStorage> storage = StorageFrom(argv[1]);
+    if (const char* other = std::getenv("QNPS_BENCH_WRITE_AGAINST")) {
+        WritesAgainst(storage.get(), other, rows, columns);
+        if (std::getenv("QNPS_BENCH_WRITES_ONLY")) return 0;
     }
-    using GetClassObject = HRESULT(STDAPICALLTYPE*)(REFCLSID, REFIID, void**);
-    auto getClassObject = reinterpret_cast<GetClassObject>(
-        reinterpret_cast<void*>(::GetProcAddress(library, "DllGetClassObject")));
-    ComPtr<IClassFactory> factory;
-    Check(getClassObject(CLSID_CQnPropStorage, IID_IClassFactory, factory.put_void()), "DllGetClassObject");
-    ComPtr<IQnPropertyStorage> storage;
-    Check(factory->CreateInstance(nullptr, IID_IQnPropertyStorage, storage.put_void()), "CreateInstance");
 
     std::printf("table: %d rows x %d columns (%d cells)\n", rows, columns, rows * columns);
     {
@@ -371,7 +414,6 @@ int main(int argc, char** argv) {
     }
 
     storage.reset();
-    factory.reset();
     ::CoUninitialize();
     return 0;
 }
