@@ -161,7 +161,8 @@ addRow(table, "R1", ["Title", "Ground floor", "Sheets", 3, "Issued", days(2024, 
 addRow(table, "R2", ["Title", "Roof", "Checked", false, "Layout", "Section"]);
 storage.WriteProperties(rewind(stream), table, qnpsWriteNormal);
 // The parser ends the declaration's line as its platform does: shown without line ends.
-WScript.Echo("Wrote rows R1 and R2:\n  " + host.StreamText(stream).replace(/[\r\n]/g, ""));
+WScript.Echo("Wrote rows R1 and R2:");
+WScript.Echo("  " + host.StreamText(stream).replace(/[\r\n]/g, ""));
 show("Read back", storage.ReadProperties(rewind(stream)));
 
 // A script that knows only titles writes again. qnpsWriteNormal carries the values it does not
