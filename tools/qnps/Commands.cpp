@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstring>
 
 #include "CompoundFile.h"
 #include "Console.h"
@@ -78,7 +79,7 @@ const CommandHelp kCommands[] = {
      "  --application NAME    the table's application instead of the JSON's\n"},
     {"check", "check FILE STREAM", "exit 0 when the stream holds a table the library reads",
      "Reads the table in STREAM through the library and says how many columns and rows it has.\n"},
-    {"help", "help [COMMAND]", "this text, or one command's in full (as does qnps COMMAND --help)",
+    {"help", "help [COMMAND]", "this text, or one command in full (also: qnps COMMAND --help)",
      "Shows the usage, or what COMMAND does and its options.\n"},
 };
 
@@ -106,10 +107,12 @@ std::string ToolVersion() {
 }  // namespace
 
 std::string Commands::Usage() {
+    size_t width = 0;
+    for (const auto& command : kCommands) width = std::max(width, std::strlen(command.synopsis));
     std::string usage = "usage: qnps COMMAND ARGUMENTS\n\n";
     for (const auto& command : kCommands) {
         std::string line = std::string("  ") + command.synopsis;
-        line.resize(std::max<size_t>(line.size() + 2, 46), ' ');
+        line.resize(width + 4, ' ');
         usage += line + command.summary + "\n";
     }
     return usage + "\nFILE is a compound file; STREAM a stream, or storages and a stream separated by \"/\",\n"
