@@ -37,13 +37,15 @@ fi
 qnps=$1 work=$2
 fresh_dir "$work"
 json=$here/table.json
+docs=$here/../../docs/qnps.md
 
 # The usage is the first block of docs/qnps.md; the version is the one the build gave the tool.
 run help
-expect "help" "0|$(awk '/^```$/ {n++; next} n == 1' "$here/../../docs/qnps.md")" "$rc|$out"
+expect "help" "0|$(awk '/^```$/ {n++; next} n == 1' "$docs")" "$rc|$out"
 run help import; import_help=$out
 run import --help; expect "import --help" "0|$import_help" "$rc|$out"
 run --version; expect "--version" "0|qnps $QNPS_VERSION" "$rc|$out"
+grep -qF "\`$out\`" "$docs" || fail "docs/qnps.md does not show the version as printed: $out"
 while IFS='|' read -r code pattern args; do
     # shellcheck disable=SC2086
     run $args
@@ -115,6 +117,7 @@ while IFS='|' read -r flags warns expected; do
     run import merge.qnps P change.json $flags; expect "import $flags" 0 "$rc"
     expect "import $flags warns of the toDocument values it leaves out" "$warns" \
         "$([[ "$err" == *'warning: "Stage" is a toDocument column: its values are written only with --skip-direction'* ]] && echo yes || echo no)"
+    [ "$warns" == no ] || grep -qF -- "$err" "$docs" || fail "docs/qnps.md does not quote the warning: $err"
     run export merge.qnps P --csv; expect "merge $flags" "RowID,Title,Sheets,Stage $expected" "$(tr -d '\r' <<<"$out" | tr '\n' ' ' | sed 's/ $//')"
 done <<'CASES'
 |yes|R1,A,5,s1 R2,,2,s2
@@ -180,6 +183,12 @@ done <<CASES
 0|^$|export readonly.qnps $P --csv
 0|^$|check new.qnps $P
 CASES
+# Messages docs/qnps.md quotes, as the tool prints them.
+for args in "import made.qnps P twice.json" "import made.qnps P big.json" "show new.qnps Drawings"; do
+    # shellcheck disable=SC2086
+    run $args; grep -qF -- "${err#qnps: }" "$docs" || fail "docs/qnps.md does not quote: $err"
+done
+run check new.qnps $P
 expect "check's report" "new.qnps: $P: a property table of \"Drafting\" with 6 columns and 5 rows" "$out"
 expect "files after the faults" "$checksums" "$(sha256sum ./*.qnps)"
 # A failed import takes back the file, or the storage, it made.
