@@ -221,8 +221,7 @@ int Commands::Import() {
             std::none_of(table.rows.begin(), table.rows.end(), [i](const auto& row) { return row.cells[i].present; }))
             continue;
         Console::Error("qnps: warning: \"" + ToUtf8(table.columns[i].name) +
-                       "\" is a toDocument column: its values are written only with --skip-direction (the stream "
-                       "keeps what it holds)\n");
+                       "\" is a toDocument column: its values are written only with --skip-direction\n");
     }
     const long flags = (Has(L"--overwrite") ? qnpsOverwrite : 0) | (Has(L"--skip-direction") ? qnpsSkipDirection : 0);
 
