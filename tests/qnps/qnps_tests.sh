@@ -92,7 +92,7 @@ Stage   Stage          string  toDocument    no      -1
 RowID  Title                Sheets       Issued                           Scale  Final  Stage
 R1     Ground floor «ü» 日本  3            2024-03-05T14:30:00.25           0      true
 R2     Roof, "east"         -2147483648  1899-12-29T06:00:00                     false
-R3                                       -0.5                             0
+R3                                       -0.5                             0             draft
 R4                                       2023-11-24T06:15:42.123456
 R5                                       1899-12-30T22:35:45.96849431216' "$out"
 
@@ -145,6 +145,7 @@ echo '{"columns": [{"name": "A", "type": "int"}], "rows": [{"id": "R1", "values"
 echo '{"columns": [{"name": "A", "type": "double"}], "rows": [{"id": "R1", "values": {"A": 1e400}}]}' >big.json
 echo '{"columns": [{"name": "A"}], "rows": [{"id": "R1", "values": {"A": "1", "A": "2"}}]}' >twice.json
 mkdir -p folder.json
+echo '{"application": "Drafting", "columns": [{"name": "A"}]}' >small.json
 checksums=$(sha256sum ./*.qnps)
 P=Drawings/Sheet1/Props
 long=NameLongerThanTheThirtyOneCharactersAllowed
@@ -158,20 +159,20 @@ done <<CASES
 1|^qnps: new.qnps: Nope: no such stream \(0x80030002\)$|export new.qnps Nope
 1|^qnps: new.qnps: Drawings: a storage, not a stream \(0x80030002\)$|show new.qnps Drawings
 1|^qnps: \.: a folder, not a compound file$|streams .
-1|^qnps: \.: a folder, not a compound file$|import . P change.json
-1|^qnps: nowhere/made.qnps: the folder does not exist \(0x80070003\)$|import nowhere/made.qnps P change.json
+1|^qnps: \.: a folder, not a compound file$|import . P small.json
+1|^qnps: nowhere/made.qnps: the folder does not exist \(0x80070003\)$|import nowhere/made.qnps P small.json
 1|^qnps: folder.json: a folder, not a JSON file$|import made.qnps P folder.json
 1|no storage "Nope" \(0x80030002\)$|check new.qnps Drawings/Nope/Props
 1|^qnps: plain.txt: not a compound file \(0x80030050\)$|streams plain.txt
 1|^qnps: foreign.qnps: $P: not a property document \(0x80048003\)$|show foreign.qnps $P
 1|^qnps: foreign.qnps: $P: not a property document \(0x80048003\)$|check foreign.qnps $P
-1|not a property document \(0x80048003\)$|import foreign.qnps $P change.json --overwrite
-1|belongs to "Drafting", not "Other" .*\(0x80048005\)$|import new.qnps $P change.json --application Other
-1|^qnps: new.qnps: Drawings: a storage, not a stream \(0x80030050\)$|import new.qnps Drawings change.json
-1|^qnps: made.qnps: $long: "$long" has 43 characters; a compound file allows 31 in a name \(0x800300FC\)$|import made.qnps $long change.json
-1|^qnps: new.qnps: Drawings/$long/P: "$long" has 43|import new.qnps Drawings/$long/P change.json
+1|not a property document \(0x80048003\)$|import foreign.qnps $P small.json --overwrite
+1|belongs to "Drafting", not "Other" .*\(0x80048005\)$|import new.qnps $P small.json --application Other
+1|^qnps: new.qnps: Drawings: a storage, not a stream \(0x80030050\)$|import new.qnps Drawings small.json
+1|^qnps: made.qnps: $long: "$long" has 43 characters; a compound file allows 31 in a name \(0x800300FC\)$|import made.qnps $long small.json
+1|^qnps: new.qnps: Drawings/$long/P: "$long" has 43|import new.qnps Drawings/$long/P small.json
 1|^qnps: new.qnps: $long: "$long" has 43|show new.qnps $long
-1|^qnps: readonly.qnps: the file is read-only \(0x80030005\)$|import readonly.qnps $P change.json
+1|^qnps: readonly.qnps: the file is read-only \(0x80030005\)$|import readonly.qnps $P small.json
 1|^qnps: bad.json: bad JSON: parse error at line 1, column 15|import made.qnps P bad.json
 1|^qnps: badtype.json: columns\[0\]: "type" must be one of string, int, double, date, bool$|import made.qnps P badtype.json
 1|^qnps: badvalue.json: rows\[0\]: "A": an int value must be a 32-bit integer$|import made.qnps P badvalue.json
