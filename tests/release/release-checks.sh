@@ -115,6 +115,13 @@ package)
         [ -f "$root/$file" ] || fail "not in the package: $file"
     done
     ls "$root"/QnPropStorage-*-x64.msi >/dev/null 2>&1 || fail "no installer in the package"
+    # Before the library is registered, the samples say why they cannot start.
+    output=$(wine "$samples\\QnPropStorageSample.exe" 'C:\QnPropStorage\cpp.qnps' </dev/null 2>&1 >/dev/null | tr -d '\r')
+    expect_output "the C++ sample unregistered" "error: CoCreateInstance of QnPropStorage.CQnPropStorage failed: \
+0x80040154 REGDB_E_CLASSNOTREG (is QnPropStorage.dll registered?), exit code 1" "$output, exit code $?"
+    output=$(run cscript //nologo "$samples\\host.vbs" 'C:\QnPropStorage\vbs.qnps')
+    expect_output "host.vbs unregistered" "host.vbs: QnPropStorage.CQnPropStorage cannot be created: \
+register QnPropStorage.dll (samples/README) (0x1AD), exit code 1" "$output, exit code $?"
     wine regsvr32 /s 'C:\QnPropStorage\x64\QnPropStorage.dll' || fail "regsvr32 exit code $?"
     server=$(wine reg query "HKCR\\CLSID\\{$QNPS_CLSID}\\InprocServer32" /ve 2>/dev/null | tr -d '\r')
     [[ "$server" == *'REG_SZ    C:\QnPropStorage\x64\QnPropStorage.dll'* ]] ||
