@@ -14,18 +14,37 @@ var qnpsDefinitions_Ordered = 1, qnpsDefinitions_All = 3;
 var qnpsWriteNormal = 0;
 var QNPS_E_WRONGAPPLICATION = 0x80048005, QNPS_E_STREAMISREADONLY = 0x80048006;
 
-// ---- The host --------------------------------------------------------------------------------
+// ---- The host ----------------------------------------------------------------------------------
 // A document host hands its scripts the stream of the document's properties (an IStream) through
-// its own object model. The Windows Script Host has none, so the test helper QnPropStorageTest.Streams
-// (tests/script/helper) plays the host here: it opens the stream "Properties" of a compound file,
-// keeps the file open while the stream is in use, and moves the stream back to its start, which
-// script cannot do; it also shows the stream's content as text. ReadProperties reads from the
-// stream's position, so hosts hand streams over at their start.
+// its own object model. The Windows Script Host has none, so the sample helper
+// QnPropStorageSample.Streams (samples/helper, registered as samples/README says; not part of the
+// library) plays the host here: it opens the stream "Properties" of a compound file, keeps the file
+// open while the stream is in use, and moves the stream back to its start, which script cannot do;
+// it also shows the stream's content as text. ReadProperties reads from the stream's position, so
+// hosts hand streams over at their start.
 var path = WScript.Arguments.length > 0 ? WScript.Arguments(0) : "host.qnps";
-var host = WScript.CreateObject("QnPropStorageTest.Streams");
+
+// Says why the sample cannot go on and ends it with exit code 1. The message goes to standard
+// error where the script host has one; Wine's has none, so there it goes to standard output.
+function stop(why, error) {
+    var text = "host.js: " + why + (error ? " (0x" + (error.number >>> 0).toString(16).toUpperCase() + ")" : "");
+    try { WScript.StdErr.WriteLine(text); } catch (e) { WScript.Echo(text); }
+    WScript.Quit(1);
+}
+
+function create(progId, remedy) {
+    try { return WScript.CreateObject(progId); } catch (e) { stop(progId + " cannot be created: " + remedy, e); }
+}
+
+var storage = create("QnPropStorage.CQnPropStorage", "register QnPropStorage.dll (samples/README)");
+var host = create("QnPropStorageSample.Streams", "register samples\\QnPropStorageSampleStreams.dll (samples/README)");
 
 function hostStream(readOnly) {
-    return readOnly ? host.OpenFileStream(path, "Properties", true) : host.CreateFileStream(path, "Properties");
+    try {
+        return readOnly ? host.OpenFileStream(path, "Properties", true) : host.CreateFileStream(path, "Properties");
+    } catch (e) {
+        stop("cannot open the stream \"Properties\" of " + path, e);
+    }
 }
 
 function rewind(stream) {
@@ -34,7 +53,6 @@ function rewind(stream) {
 }
 
 // ---- Building a table ------------------------------------------------------------------------
-var storage = WScript.CreateObject("QnPropStorage.CQnPropStorage");
 var columns = [["Title", qnpsPropType_String], ["Sheets", qnpsPropType_Int], ["Issued", qnpsPropType_Date],
                ["Checked", qnpsPropType_Bool], ["Layout", qnpsPropType_String]];
 
@@ -143,7 +161,8 @@ addRow(table, "R1", ["Title", "Ground floor", "Sheets", 3, "Issued", days(2024, 
 addRow(table, "R2", ["Title", "Roof", "Checked", false, "Layout", "Section"]);
 storage.WriteProperties(rewind(stream), table, qnpsWriteNormal);
 // The parser ends the declaration's line as its platform does: shown without line ends.
-WScript.Echo("Wrote rows R1 and R2:\n  " + host.StreamText(stream).replace(/[\r\n]/g, ""));
+WScript.Echo("Wrote rows R1 and R2:");
+WScript.Echo("  " + host.StreamText(stream).replace(/[\r\n]/g, ""));
 show("Read back", storage.ReadProperties(rewind(stream)));
 
 // A script that knows only titles writes again. qnpsWriteNormal carries the values it does not

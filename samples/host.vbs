@@ -18,22 +18,44 @@ Const QNPS_E_WRONGAPPLICATION = &H80048005, QNPS_E_STREAMISREADONLY = &H80048006
 
 ' ---- The host ----------------------------------------------------------------------------------
 ' A document host hands its scripts the stream of the document's properties (an IStream) through
-' its own object model. The Windows Script Host has none, so the test helper QnPropStorageTest.Streams
-' (tests/script/helper) plays the host here: it opens the stream "Properties" of a compound file,
-' keeps the file open while the stream is in use, and moves the stream back to its start, which
-' script cannot do; it also shows the stream's content as text. ReadProperties reads from the
-' stream's position, so hosts hand streams over at their start.
-Dim path, host
+' its own object model. The Windows Script Host has none, so the sample helper
+' QnPropStorageSample.Streams (samples/helper, registered as samples/README says; not part of the
+' library) plays the host here: it opens the stream "Properties" of a compound file, keeps the file
+' open while the stream is in use, and moves the stream back to its start, which script cannot do;
+' it also shows the stream's content as text. ReadProperties reads from the stream's position, so
+' hosts hand streams over at their start.
+Dim path, host, storage
 path = "host.qnps"
 If WScript.Arguments.Count > 0 Then path = WScript.Arguments(0)
-Set host = WScript.CreateObject("QnPropStorageTest.Streams")
+
+' Says why the sample cannot go on and ends it with exit code 1. The message goes to standard
+' error where the script host has one; Wine's has none, so there it goes to standard output.
+Sub StopSample(why, number)
+    Dim text
+    text = "host.vbs: " & why & " (0x" & Hex(number) & ")"
+    On Error Resume Next
+    WScript.StdErr.WriteLine text
+    If Err.Number <> 0 Then WScript.Echo text
+    WScript.Quit 1
+End Sub
+
+Function Create(progId, remedy)
+    On Error Resume Next
+    Set Create = WScript.CreateObject(progId)
+    If Err.Number <> 0 Then StopSample progId & " cannot be created: " & remedy, Err.Number
+End Function
+
+Set storage = Create("QnPropStorage.CQnPropStorage", "register QnPropStorage.dll (samples/README)")
+Set host = Create("QnPropStorageSample.Streams", "register samples\QnPropStorageSampleStreams.dll (samples/README)")
 
 Function HostStream(readOnly)
+    On Error Resume Next
     If readOnly Then
         Set HostStream = host.OpenFileStream(path, "Properties", True)
     Else
         Set HostStream = host.CreateFileStream(path, "Properties")
     End If
+    If Err.Number <> 0 Then StopSample "cannot open the stream ""Properties"" of " & path, Err.Number
 End Function
 
 Function Rewound(stream)
@@ -42,8 +64,7 @@ Function Rewound(stream)
 End Function
 
 ' ---- Building a table --------------------------------------------------------------------------
-Dim storage, columnNames, columnTypes
-Set storage = WScript.CreateObject("QnPropStorage.CQnPropStorage")
+Dim columnNames, columnTypes
 columnNames = Array("Title", "Sheets", "Issued", "Checked", "Layout")
 columnTypes = Array(qnpsPropType_String, qnpsPropType_Int, qnpsPropType_Date, qnpsPropType_Bool, _
                     qnpsPropType_String)

@@ -16,9 +16,9 @@ Option Explicit
 '     host.OpenFileStream(path, "Properties", True)   the stream opened for reading only
 '     host.Rewind stream                              the stream moved back to its start
 '     host.StreamText(stream)                         the stream's content as text, to look at
-' Connect these to your host's API. The test helper QnPropStorageTest.Streams, built with the
-' tests (tests/script/helper), offers exactly these; with it registered:
-'     QnPropStorageSample CreateObject("QnPropStorageTest.Streams"), "C:\Temp\sample.qnps"
+' Connect these to your host's API. The sample helper QnPropStorageSample.Streams (samples/helper,
+' registered as samples/README says) offers exactly these; with it registered:
+'     QnPropStorageSample CreateObject("QnPropStorageSample.Streams"), "C:\Temp\sample.qnps"
 ' ReadProperties reads from the stream's position, so a stream is handed over at its start.
 Private host As Object
 Private path As String

@@ -4,9 +4,8 @@
 #   msi     MSI DLL CLIENT "INSTALLED-FILE..."
 #   package ZIP CLIENT [FILE...]          (FILE: further files the package must hold)
 # WINEPREFIX and the library's identities (QNPS_CLSID, QNPS_APPID, QNPS_LIBID, QNPS_INTERFACES, a
-# file of "NAME IID" lines) come from the environment; so may QNPS_PACKAGE_CLIENT, a host inside the
-# package to run as well, given a document path, and QNPS_PACKAGE_CLIENT_OUTPUT, the file of the
-# lines it must print.
+# file of "NAME IID" lines) come from the environment; so does QNPS_SAMPLE_OUTPUT, the lines the
+# package's sample hosts print, which the package check builds and runs as samples/README says.
 set -uo pipefail
 action=$1
 shift
@@ -44,6 +43,16 @@ export_keys() {
         fi
     done
     rm -f "$file"
+}
+# A sample host prints the expected lines, each ended with CR LF, and exits with 0.
+#   expect_sample WHAT PROGRAM ARGUMENT...
+expect_sample() {
+    local what=$1 printed=$drive_c/printed.txt
+    shift
+    wine "$@" </dev/null >"$printed" 2>&1 || fail "$what: exit code $?"
+    cmp -s <(sed 's/$/\r/' "$QNPS_SAMPLE_OUTPUT") "$printed" ||
+        fail "$what printed other than the expected lines with CR LF:
+$(diff <(cat "$QNPS_SAMPLE_OUTPUT") <(tr -d '\r' <"$printed"))"
 }
 expect_no_keys() {
     local key
@@ -94,28 +103,50 @@ msi)
 package)
     zip=$1 client=$2
     shift 2
-    package_client=${QNPS_PACKAGE_CLIENT:-}
     root=$drive_c/QnPropStorage
+    samples='C:\QnPropStorage\samples'
     rm -rf "$root" && mkdir -p "$root"
     (cd "$root" && cmake -E tar xf "$zip") || fail "cannot unpack $zip"
     for file in x64/QnPropStorage.dll x64/QnPropStorage.tlb x64/QnPropStorage.sxs.manifest \
                 x86/QnPropStorage.dll x86/QnPropStorage.tlb x86/QnPropStorage.sxs.manifest \
                 include/QnPropStorage.h include/QnPropStorage_i.c include/QnPropStorage.idl \
-                samples/client.exe.manifest docs/deployment.md README.md "$@"; do
+                samples/client.exe.manifest samples/QnPropStorageSample.exe samples/QnPropStorageSampleStreams.dll \
+                samples/README.md samples/CMakeLists.txt docs/deployment.md README.md "$@"; do
         [ -f "$root/$file" ] || fail "not in the package: $file"
     done
     ls "$root"/QnPropStorage-*-x64.msi >/dev/null 2>&1 || fail "no installer in the package"
+    # Before the library is registered, the samples say why they cannot start.
+    output=$(wine "$samples\\QnPropStorageSample.exe" 'C:\QnPropStorage\cpp.qnps' </dev/null 2>&1 >/dev/null | tr -d '\r')
+    expect_output "the C++ sample unregistered" "error: CoCreateInstance of QnPropStorage.CQnPropStorage failed: \
+0x80040154 REGDB_E_CLASSNOTREG (is QnPropStorage.dll registered?), exit code 1" "$output, exit code $?"
+    output=$(run cscript //nologo "$samples\\host.vbs" 'C:\QnPropStorage\vbs.qnps')
+    expect_output "host.vbs unregistered" "host.vbs: QnPropStorage.CQnPropStorage cannot be created: \
+register QnPropStorage.dll (samples/README) (0x1AD), exit code 1" "$output, exit code $?"
     wine regsvr32 /s 'C:\QnPropStorage\x64\QnPropStorage.dll' || fail "regsvr32 exit code $?"
     server=$(wine reg query "HKCR\\CLSID\\{$QNPS_CLSID}\\InprocServer32" /ve 2>/dev/null | tr -d '\r')
     [[ "$server" == *'REG_SZ    C:\QnPropStorage\x64\QnPropStorage.dll'* ]] ||
         fail "the class is not served from the package: $server"
     expect_output "the client" "$client_output" "$(run "Z:$client")"
-    if [ -n "$package_client" ]; then
-        [ -f "$root/$package_client" ] || fail "not in the package: $package_client"
-        output=$(run "C:\\QnPropStorage\\${package_client//\//\\}" 'C:\QnPropStorage\sample.qnps') ||
-            fail "$package_client exit code $?"
-        expect_output "$package_client" "$(tr -d '\r' <"$QNPS_PACKAGE_CLIENT_OUTPUT")" "$output"
-    fi
+
+    # The samples as samples/README runs them; the scripts need the sample helper registered.
+    expect_sample "the packaged C++ sample" "$samples\QnPropStorageSample.exe" 'C:\QnPropStorage\cpp.qnps'
+    output=$(run cscript //nologo "$samples\host.js" 'C:\QnPropStorage\js.qnps')
+    expect_output "host.js without the helper" "host.js: QnPropStorageSample.Streams cannot be created: \
+register samples\QnPropStorageSampleStreams.dll (samples/README) (0x800401F3), exit code 1" "$output, exit code $?"
+    wine regsvr32 /s "$samples\QnPropStorageSampleStreams.dll" || fail "regsvr32 of the sample helper: exit code $?"
+    for script in host.js host.vbs; do
+        expect_sample "$script" cscript //nologo "$samples\\$script" "C:\\QnPropStorage\\$script.qnps"
+    done
+    wine regsvr32 /u /s "$samples\QnPropStorageSampleStreams.dll" || fail "regsvr32 /u of the sample helper: exit code $?"
+    wine reg query 'HKCR\QnPropStorageSample.Streams' >/dev/null 2>&1 && fail "the sample helper's ProgID is left"
+    # samples/CMakeLists.txt on its own, against the package's include/, with README's command.
+    built=$root/build-samples
+    (cd "$root" && cmake -S samples -B build-samples -DCMAKE_SYSTEM_NAME=Windows \
+        -DCMAKE_C_COMPILER=x86_64-w64-mingw32-gcc-posix -DCMAKE_CXX_COMPILER=x86_64-w64-mingw32-g++-posix &&
+        cmake --build build-samples) >"$root/build-samples.log" 2>&1 ||
+        fail "the samples do not build from the package: $(tail -n 20 "$root/build-samples.log")"
+    [ -f "$built/QnPropStorageSampleStreams.dll" ] || fail "the sample helper was not built from the package"
+    expect_sample "the C++ sample built from the package" "$built/QnPropStorageSample.exe" 'C:\QnPropStorage\built.qnps'
     wine regsvr32 /u /s 'C:\QnPropStorage\x64\QnPropStorage.dll' || fail "regsvr32 /u exit code $?"
     expect_no_keys "after regsvr32 /u"
     if [ -f "$root/x64/qnps.exe" ]; then

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstring>
 
 #include "CompoundFile.h"
 #include "Console.h"
@@ -24,6 +25,9 @@ std::string Count(size_t count, const char* noun) {
 std::string Context(const std::wstring& file, const std::wstring& stream) { return ToUtf8(file) + ": " + ToUtf8(stream); }
 
 std::string FileBytes(const std::wstring& path) {
+    const DWORD attributes = ::GetFileAttributesW(path.c_str());
+    if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY))
+        throw ToolError(ToUtf8(path) + ": a folder, not a JSON file");
     com::UniqueHandle<HANDLE, &::CloseHandle> file;
     const HANDLE handle = ::CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
                                         FILE_ATTRIBUTE_NORMAL, nullptr);
@@ -50,26 +54,99 @@ PropertyTable ReadTable(IQnPropertyStorage* storage, const std::wstring& file, c
 
 Commands::Commands(std::vector<std::wstring> arguments) : arguments_(std::move(arguments)) {}
 
-const char* Commands::Usage() {
-    return "usage: qnps streams FILE\n"
-           "       qnps show FILE STREAM\n"
-           "       qnps export FILE STREAM [--csv]\n"
-           "       qnps import FILE STREAM TABLE.json [--overwrite] [--skip-direction] [--application NAME]\n"
-           "       qnps check FILE STREAM\n"
-           "FILE is a compound file; STREAM a stream, or storages and a stream separated by \"/\".\n";
+namespace {
+
+struct CommandHelp {
+    const char* name;
+    const char* synopsis;  // after "qnps "
+    const char* summary;   // one line for the usage
+    const char* details;   // for help COMMAND
+};
+
+const CommandHelp kCommands[] = {
+    {"streams", "streams FILE", "list the storages and streams of a compound file",
+     "Lists every storage and stream of FILE, with each stream's size in bytes.\n"},
+    {"show", "show FILE STREAM", "show a stream's table as aligned text",
+     "Shows the table in STREAM: its application, its columns, then its rows.\n"},
+    {"export", "export FILE STREAM [--csv]", "write a stream's table as JSON (or CSV) to standard output",
+     "Writes the table in STREAM to standard output as UTF-8, in the JSON form that import reads.\n"
+     "  --csv  RFC 4180 CSV instead: RowID and the column names, then one line per row\n"},
+    {"import", "import FILE STREAM TABLE.json [OPTION...]", "write or merge a JSON table into a stream",
+     "Writes the table of TABLE.json into STREAM, making the stream, its storages and FILE when they\n"
+     "are missing. Into a stream that holds a table, it merges: values the JSON leaves out are carried\n"
+     "over from the stream's row of the same RowID; null removes one.\n"
+     "  --overwrite           carry nothing over, and write over another application's table\n"
+     "  --skip-direction      also write the values of toDocument columns (otherwise left as they are)\n"
+     "  --application NAME    the table's application instead of the JSON's\n"},
+    {"check", "check FILE STREAM", "exit 0 when the stream holds a table the library reads",
+     "Reads the table in STREAM through the library and says how many columns and rows it has.\n"},
+    {"help", "help [COMMAND]", "this text, or one command in full (also: qnps COMMAND --help)",
+     "Shows the usage, or what COMMAND does and its options.\n"},
+};
+
+const CommandHelp* FindCommand(const std::wstring& name) {
+    for (const auto& command : kCommands)
+        if (FromUtf8(command.name) == name) return &command;
+    return nullptr;
+}
+
+// The ProductVersion of the tool's own version resource.
+std::string ToolVersion() {
+    wchar_t path[MAX_PATH];
+    const DWORD length = ::GetModuleFileNameW(nullptr, path, MAX_PATH);
+    if (length == 0 || length == MAX_PATH) throw ToolError::Failed("the tool's path", HRESULT_FROM_WIN32(::GetLastError()));
+    std::vector<char> block(::GetFileVersionInfoSizeW(path, nullptr));
+    wchar_t* text = nullptr;
+    UINT size = 0;
+    if (block.empty() || !::GetFileVersionInfoW(path, 0, static_cast<DWORD>(block.size()), block.data()) ||
+        !::VerQueryValueW(block.data(), L"\\StringFileInfo\\040904B0\\ProductVersion",
+                          reinterpret_cast<void**>(&text), &size) || size == 0)
+        throw ToolError("the tool carries no version resource");
+    return ToUtf8(std::wstring(text, size - 1));
+}
+
+}  // namespace
+
+std::string Commands::Usage() {
+    size_t width = 0;
+    for (const auto& command : kCommands) width = std::max(width, std::strlen(command.synopsis));
+    std::string usage = "usage: qnps COMMAND ARGUMENTS\n\n";
+    for (const auto& command : kCommands) {
+        std::string line = std::string("  ") + command.synopsis;
+        line.resize(width + 4, ' ');
+        usage += line + command.summary + "\n";
+    }
+    return usage + "\nFILE is a compound file; STREAM a stream, or storages and a stream separated by \"/\",\n"
+                   "each name at most 31 characters. qnps --version prints the version.\n"
+                   "The full guide: docs/qnps.md\n";
+}
+
+int Commands::Help(const std::wstring& name) {
+    const CommandHelp* command = FindCommand(name);
+    if (!command) throw ToolError::Usage("no command \"" + ToUtf8(name) + "\" to explain");
+    Console::Out(std::string("usage: qnps ") + command->synopsis + "\n" + command->details);
+    return 0;
 }
 
 int Commands::Run() {
     const std::wstring command = arguments_.empty() ? std::wstring() : arguments_[0];
+    if (command == L"--help" || command == L"-h" || (command == L"help" && arguments_.size() == 1)) {
+        Console::Out(Usage());
+        return 0;
+    }
+    if (command == L"--version" && arguments_.size() == 1) {
+        Console::Out("qnps " + ToolVersion() + "\n");
+        return 0;
+    }
+    if (command == L"help" && arguments_.size() == 2) return Help(arguments_[1]);
+    if (FindCommand(command) && std::find(arguments_.begin() + 1, arguments_.end(), L"--help") != arguments_.end())
+        return Help(command);
     if (command == L"streams") return Streams();
     if (command == L"show") return Show(false, false);
     if (command == L"export") return Show(true, true);
     if (command == L"import") return Import();
     if (command == L"check") return Check();
-    if (command == L"help" || command == L"--help" || command == L"-h") {
-        Console::Out(Usage());
-        return 0;
-    }
+    if (command == L"help") throw ToolError::Usage("help takes one command at most");
     throw ToolError::Usage(command.empty() ? "no command" : "unknown command \"" + ToUtf8(command) + "\"");
 }
 
@@ -147,6 +224,13 @@ int Commands::Import() {
         throw ToolError(ToUtf8(operands_[2]) + ": the column \"" + ToUtf8(column.name) +
                         "\" cannot be written: a column's name must be an XML name without a colon (letters, "
                         "digits, '_', '-', '.'; not starting with a digit, '-' or '.') and none of RowID and xmlns");
+    }
+    for (size_t i = 0; i < table.columns.size() && !Has(L"--skip-direction"); ++i) {
+        if (table.columns[i].direction != qnpsPropDirection_ToDocument ||
+            std::none_of(table.rows.begin(), table.rows.end(), [i](const auto& row) { return row.cells[i].present; }))
+            continue;
+        Console::Error("qnps: warning: \"" + ToUtf8(table.columns[i].name) +
+                       "\" is a toDocument column: its values are written only with --skip-direction\n");
     }
     const long flags = (Has(L"--overwrite") ? qnpsOverwrite : 0) | (Has(L"--skip-direction") ? qnpsSkipDirection : 0);
 

@@ -15,9 +15,11 @@ public:
     explicit Commands(std::vector<std::wstring> arguments);
     int Run();
 
-    static const char* Usage();
+    // One line per command, and where the full guide is.
+    static std::string Usage();
 
 private:
+    int Help(const std::wstring& command);
     int Streams();
     int Show(bool csvAllowed, bool asJson);
     int Import();

@@ -11,13 +11,20 @@ namespace {
 constexpr DWORD kReadElement = STGM_READ | STGM_SHARE_EXCLUSIVE;
 constexpr DWORD kWriteElement = STGM_READWRITE | STGM_SHARE_EXCLUSIVE;
 
-std::vector<std::wstring> SplitPath(const std::wstring& path) {
+// A compound file's directory entry holds 32 characters, the terminating null among them.
+constexpr size_t kLongestName = 31;
+
+std::vector<std::wstring> SplitPath(const std::wstring& path, const std::string& context) {
     std::vector<std::wstring> names;
     size_t start = 0;
     for (;;) {
         const size_t slash = path.find(L'/', start);
         names.push_back(path.substr(start, slash - start));
         if (names.back().empty()) throw ToolError::Usage("\"" + ToUtf8(path) + "\" is not a stream path");
+        if (names.back().size() > kLongestName)
+            throw ToolError(context + ": \"" + ToUtf8(names.back()) + "\" has " + std::to_string(names.back().size()) +
+                                " characters; a compound file allows " + std::to_string(kLongestName) + " in a name",
+                            STG_E_INVALIDNAME);
         if (slash == std::wstring::npos) return names;
         start = slash + 1;
     }
@@ -43,9 +50,16 @@ struct StatName {
     ~StatName() { ::CoTaskMemFree(stat.pwcsName); }
 };
 
+// Without this the platform answers "access denied" for a folder.
+void RefuseFolder(const std::wstring& path, DWORD attributes) {
+    if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY))
+        throw ToolError(ToUtf8(path) + ": a folder, not a compound file");
+}
+
 }  // namespace
 
 CompoundFile CompoundFile::OpenForReading(const std::wstring& path) {
+    RefuseFolder(path, ::GetFileAttributesW(path.c_str()));
     com::ComPtr<IStorage> root;
     const HRESULT hr = ::StgOpenStorage(path.c_str(), nullptr, STGM_READ | STGM_SHARE_DENY_WRITE, nullptr, 0, root.put());
     if (FAILED(hr)) throw ToolError::Failed(ToUtf8(path), hr);
@@ -55,7 +69,11 @@ CompoundFile CompoundFile::OpenForReading(const std::wstring& path) {
 CompoundFile CompoundFile::OpenForWriting(const std::wstring& path) {
     const DWORD attributes = ::GetFileAttributesW(path.c_str());
     com::ComPtr<IStorage> root;
+    RefuseFolder(path, attributes);
     if (attributes == INVALID_FILE_ATTRIBUTES) {
+        // The platform's own answer for a missing folder is a bare E_FAIL.
+        if (::GetLastError() == ERROR_PATH_NOT_FOUND)
+            throw ToolError(ToUtf8(path) + ": the folder does not exist", HRESULT_FROM_WIN32(ERROR_PATH_NOT_FOUND));
         const HRESULT hr = ::StgCreateDocfile(path.c_str(), STGM_FAILIFTHERE | STGM_READWRITE | STGM_SHARE_EXCLUSIVE,
                                               0, root.put());
         if (FAILED(hr)) throw ToolError::Failed(ToUtf8(path), hr);
@@ -74,7 +92,7 @@ std::string CompoundFile::Describe(const std::wstring& streamPath) const {
 }
 
 CompoundFile::Stream CompoundFile::OpenStream(const std::wstring& streamPath) const {
-    const auto names = SplitPath(streamPath);
+    const auto names = SplitPath(streamPath, Describe(streamPath));
     const DWORD mode = writable_ ? kWriteElement : kReadElement;
     Stream opened;
     IStorage* storage = root_.get();
@@ -88,13 +106,17 @@ CompoundFile::Stream CompoundFile::OpenStream(const std::wstring& streamPath) co
         opened.storages_.push_back(std::move(inner));
     }
     const HRESULT hr = storage->OpenStream(names.back().c_str(), nullptr, mode, 0, opened.stream_.put());
-    if (hr == STG_E_FILENOTFOUND) throw ToolError(Describe(streamPath) + ": no such stream", hr);
+    if (hr == STG_E_FILENOTFOUND) {
+        com::ComPtr<IStorage> inner;
+        const bool isStorage = SUCCEEDED(storage->OpenStorage(names.back().c_str(), nullptr, mode, nullptr, 0, inner.put()));
+        throw ToolError(Describe(streamPath) + (isStorage ? ": a storage, not a stream" : ": no such stream"), hr);
+    }
     if (FAILED(hr)) throw ToolError::Failed(Describe(streamPath), hr);
     return opened;
 }
 
 CompoundFile::Stream CompoundFile::OpenOrCreateStream(const std::wstring& streamPath) {
-    const auto names = SplitPath(streamPath);
+    const auto names = SplitPath(streamPath, Describe(streamPath));
     Stream opened;
     IStorage* storage = root_.get();
     auto remember = [&](size_t last) {

@@ -3,6 +3,7 @@
 #include <climits>
 #include <initializer_list>
 
+#include "JsonParser.h"
 #include "OleDate.h"
 #include "ToolError.h"
 #include "Utf8.h"
@@ -77,14 +78,7 @@ Json TableJson::Write(const PropertyTable& table) {
 }
 
 PropertyTable TableJson::Read(const std::string& text, const std::string& source) {
-    Json json;
-    try {
-        json = Json::parse(text);
-    } catch (const Json::parse_error& error) {
-        std::string what = error.what();
-        const size_t bracket = what.find("] ");
-        Fault(source, "bad JSON: " + (bracket == std::string::npos ? what : what.substr(bracket + 2)));
-    }
+    const Json json = JsonParser::Parse(text, source);
     OnlyKeys(json, source, {"application", "columns", "rows"});
     PropertyTable table;
     table.application = Text(Member(json, "application"), source, "application");

@@ -2,8 +2,8 @@
 
 #include <string>
 
-#include <nlohmann/json.hpp>
 
+#include "JsonParser.h"
 #include "PropertyTable.h"
 
 namespace qnps {
@@ -11,7 +11,7 @@ namespace qnps {
 // The tool's JSON form of a property table (docs/qnps.md), written by export and read by import.
 class TableJson {
 public:
-    using Json = nlohmann::ordered_json;
+    using Json = JsonParser::Json;
 
     static Json Write(const PropertyTable& table);
     // Checks the whole form; a fault throws ToolError naming where it is, after `source`.

@@ -1,8 +1,20 @@
-// QnPropStorageTest.Streams plays the host that hands scripts the stream of a compound file, which
-// script cannot make; the dispatch is written out, as a type library would need building too.
-#include "com/Bstr.h"
-#include "com/ComPtr.h"
-#include "com/UniqueVariant.h"
+// QnPropStorageSample.Streams: a sample helper, not part of the library. It plays the document host
+// that hands a script the stream of a document's properties: the Windows Script Host cannot open a
+// stream of a compound file or move one back to its start. The dispatch is written out by hand, so
+// the helper needs no type library of its own.
+//
+//   regsvr32 QnPropStorageSampleStreams.dll       (and regsvr32 /u to remove it again)
+//
+//   CreateFileStream(path, name)            the stream `name` of a new compound file, read-write
+//   OpenFileStream(path, name, readOnly)    the stream of an existing file
+//   Rewind(stream)                          moves the stream back to its start
+//   StreamText(stream)                      the stream's whole content as text (UTF-8 decoded)
+#ifndef WIN32_LEAN_AND_MEAN
+#define WIN32_LEAN_AND_MEAN
+#endif
+#include <windows.h>
+#include <objbase.h>
+#include <oleauto.h>
 
 #include <new>
 #include <string>
@@ -11,8 +23,8 @@ extern "C" IMAGE_DOS_HEADER __ImageBase;
 
 namespace {
 
-const wchar_t kClsidText[] = L"{EA26F7CF-EAD2-4E19-9965-6B32D31917F6}";
-const wchar_t kProgId[] = L"QnPropStorageTest.Streams";
+const wchar_t kClsidText[] = L"{1EA0C099-6BB9-4A7C-A6E6-8BAAABAF147C}";
+const wchar_t kProgId[] = L"QnPropStorageSample.Streams";
 
 // By dispatch id less one, with the types the arguments are converted to.
 const struct { const wchar_t* name; UINT arguments; VARTYPE types[3]; } kMembers[] = {
@@ -20,9 +32,46 @@ const struct { const wchar_t* name; UINT arguments; VARTYPE types[3]; } kMembers
     {L"Rewind", 1, {VT_UNKNOWN}}, {L"StreamText", 1, {VT_UNKNOWN}}};
 enum : DISPID { kCreateFileStream = 1, kOpenFileStream, kRewind, kStreamText };
 
+// Owns one reference.
+template <class T>
+class Ref {
+public:
+    Ref() = default;
+    Ref(const Ref&) = delete;
+    Ref& operator=(const Ref&) = delete;
+    ~Ref() { reset(); }
+    void reset() {
+        if (p_) p_->Release();
+        p_ = nullptr;
+    }
+    T** put() { return reset(), &p_; }
+    T* get() const { return p_; }
+    T* operator->() const { return p_; }
+    T* detach() {
+        T* p = p_;
+        p_ = nullptr;
+        return p;
+    }
+
+private:
+    T* p_ = nullptr;
+};
+
+class Variant {
+public:
+    Variant() { ::VariantInit(&v_); }
+    Variant(const Variant&) = delete;
+    Variant& operator=(const Variant&) = delete;
+    ~Variant() { ::VariantClear(&v_); }
+    VARIANT& get() { return v_; }
+
+private:
+    VARIANT v_;
+};
+
 HRESULT Rewind(IStream* stream) { return stream->Seek(LARGE_INTEGER{}, STREAM_SEEK_SET, nullptr); }
 
-// The whole content as UTF-8. It leaves the stream at its end: hosts rewind before they hand it on.
+// The whole content as text. It leaves the stream at its end: hosts rewind before they hand it on.
 HRESULT ReadText(IStream* stream, VARIANT& result) {
     STATSTG stat{};
     HRESULT hr = stream->Stat(&stat, STATFLAG_NONAME);
@@ -58,7 +107,7 @@ public:
     STDMETHODIMP GetIDsOfNames(REFIID, LPOLESTR* names, UINT count, LCID, DISPID* ids) override {
         for (UINT i = 0; i < count; ++i) ids[i] = DISPID_UNKNOWN;
         for (DISPID id = kCreateFileStream; id <= kStreamText; ++id)
-            if (count == 1 && com::NamesEqual(names[0], kMembers[id - 1].name)) return *ids = id, S_OK;
+            if (count == 1 && ::_wcsicmp(names[0], kMembers[id - 1].name) == 0) return *ids = id, S_OK;
         return DISP_E_UNKNOWNNAME;
     }
     STDMETHODIMP Invoke(DISPID id, REFIID, LCID, WORD flags, DISPPARAMS* params, VARIANT* result,
@@ -68,21 +117,23 @@ public:
             return DISP_E_MEMBERNOTFOUND;
         // The conversion also looks through the variables VBScript passes by reference, and
         // refuses missing arguments.
-        com::UniqueVariant arguments[3], answer;
+        Variant arguments[3], answer;
         HRESULT hr = S_OK;
         for (UINT i = 0; i < kMembers[id - 1].arguments && SUCCEEDED(hr); ++i)
-            hr = ::DispGetParam(params, i, kMembers[id - 1].types[i], arguments[i].put(), argumentError);
+            hr = ::DispGetParam(params, i, kMembers[id - 1].types[i], &arguments[i].get(), argumentError);
         if (FAILED(hr)) return hr;
         const auto text = [&](int i) { return V_BSTR(&arguments[i].get()); };
         if (id == kCreateFileStream || id == kOpenFileStream) {
             hr = OpenFileStream(id == kCreateFileStream, text(0), text(1),
                                 id == kOpenFileStream && V_BOOL(&arguments[2].get()), answer.get());
         } else {
-            auto stream = com::ComPtr<IUnknown>(V_UNKNOWN(&arguments[0].get())).try_query<IStream>();
-            hr = !stream ? DISP_E_TYPEMISMATCH
+            Ref<IStream> stream;
+            IUnknown* given = V_UNKNOWN(&arguments[0].get());
+            hr = !given || FAILED(given->QueryInterface(IID_IStream, reinterpret_cast<void**>(stream.put())))
+                     ? DISP_E_TYPEMISMATCH
                  : id == kRewind ? Rewind(stream.get()) : ReadText(stream.get(), answer.get());
         }
-        if (SUCCEEDED(hr) && result) answer.detach(result);
+        if (SUCCEEDED(hr) && result) *result = answer.get(), ::VariantInit(&answer.get());
         return hr;
     }
 
@@ -92,7 +143,7 @@ private:
     HRESULT OpenFileStream(bool creating, BSTR file, BSTR name, bool readOnly, VARIANT& result) {
         storage_.reset();
         const DWORD mode = (readOnly ? STGM_READ : STGM_READWRITE) | STGM_SHARE_EXCLUSIVE;
-        com::ComPtr<IStream> stream;
+        Ref<IStream> stream;
         HRESULT hr = creating ? ::StgCreateDocfile(file, mode | STGM_CREATE, 0, storage_.put())
                               : ::StgOpenStorage(file, nullptr, mode, nullptr, 0, storage_.put());
         if (SUCCEEDED(hr))
@@ -105,7 +156,7 @@ private:
     }
 
     ULONG references_ = 1;
-    com::ComPtr<IStorage> storage_;
+    Ref<IStorage> storage_;
 };
 
 // A static object: its references keep nothing alive.
@@ -129,9 +180,11 @@ public:
     STDMETHODIMP LockServer(BOOL) override { return S_OK; }
 } g_factory;
 
+const std::wstring kClassKey = std::wstring(L"CLSID\\") + kClsidText;
+
 }  // namespace
 
-// A test helper may stay loaded for as long as its process runs.
+// A sample helper may stay loaded for as long as its process runs.
 STDAPI DllCanUnloadNow() { return S_FALSE; }
 
 STDAPI DllGetClassObject(REFCLSID rclsid, REFIID riid, LPVOID* object) {
@@ -141,19 +194,27 @@ STDAPI DllGetClassObject(REFCLSID rclsid, REFIID riid, LPVOID* object) {
     return g_factory.QueryInterface(riid, object);
 }
 
-// Only the test run's private prefix ever holds these keys, so nothing removes them.
 STDAPI DllRegisterServer() {
     wchar_t path[MAX_PATH];
     const DWORD length = ::GetModuleFileNameW(reinterpret_cast<HMODULE>(&__ImageBase), path, MAX_PATH);
     if (length == 0 || length == MAX_PATH) return HRESULT_FROM_WIN32(::GetLastError());
-    const std::wstring server = std::wstring(L"CLSID\\") + kClsidText + L"\\InprocServer32";
+    const std::wstring server = kClassKey + L"\\InprocServer32";
     const struct { std::wstring key; const wchar_t* name; const wchar_t* value; } values[] = {
-        {std::wstring(kProgId) + L"\\CLSID", nullptr, kClsidText}, {server, nullptr, path},
+        {std::wstring(kProgId) + L"\\CLSID", nullptr, kClsidText}, {kClassKey, nullptr, kProgId},
+        {kClassKey + L"\\ProgID", nullptr, kProgId}, {server, nullptr, path},
         {server, L"ThreadingModel", L"Apartment"}};
     for (const auto& v : values) {
         const DWORD bytes = static_cast<DWORD>((wcslen(v.value) + 1) * sizeof(wchar_t));
         const LONG rc = ::RegSetKeyValueW(HKEY_CLASSES_ROOT, v.key.c_str(), v.name, REG_SZ, v.value, bytes);
         if (rc != ERROR_SUCCESS) return HRESULT_FROM_WIN32(rc);
+    }
+    return S_OK;
+}
+
+STDAPI DllUnregisterServer() {
+    for (const std::wstring& key : {std::wstring(kProgId), kClassKey}) {
+        const LONG rc = ::RegDeleteTreeW(HKEY_CLASSES_ROOT, key.c_str());
+        if (rc != ERROR_SUCCESS && rc != ERROR_FILE_NOT_FOUND) return HRESULT_FROM_WIN32(rc);
     }
     return S_OK;
 }
