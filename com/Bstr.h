@@ -15,7 +15,7 @@ using UniqueBstr = UniqueHandle<BSTR, &::SysFreeString>;
 inline UINT BstrLength(BSTR text) noexcept { return text ? ::SysStringLen(text) : 0; }
 inline bool IsEmptyBstr(BSTR text) noexcept { return BstrLength(text) == 0; }
 
-// Copies a zero-terminated text; a null text gives a null string. Throws E_OUTOFMEMORY.
+// Copies a zero-terminated text; a null text gives a null string. Throws std::bad_alloc.
 inline UniqueBstr CopyText(const wchar_t* text) {
     if (!text) return UniqueBstr();
     UniqueBstr copy(::SysAllocString(text));

@@ -40,7 +40,6 @@ public:
 
     T* get() const noexcept { return ptr_; }
     T* operator->() const noexcept { return ptr_; }
-    T& operator*() const noexcept { return *ptr_; }
     explicit operator bool() const noexcept { return ptr_ != nullptr; }
 
     void reset() noexcept {

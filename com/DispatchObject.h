@@ -9,12 +9,11 @@
 
 #include "com/CTvErrorInfo.h"
 #include "com/CTvSupportErrorInfo.h"
-#include "com/ComError.h"
 #include "com/ComPtr.h"
+#include "com/ErrorBoundary.h"
 #include "com/ErrorRecord.h"
-#include "com/InterfaceChain.h"
-#include "com/ModuleState.h"
 #include "com/TypeInfoCache.h"
+#include "com/UnknownObject.h"
 
 namespace com {
 
@@ -37,42 +36,28 @@ struct SideBlock {
     Extra extra;
 };
 
-// The shared half of every automation object: single-threaded reference counting,
-// QueryInterface over the interface's chain, IDispatch through the library's type information,
-// ISupportErrorInfo, the module lock, and the error boundary that each member runs inside.
+// The shared half of every automation object: on top of the counted object, IDispatch through the
+// library's type information, ISupportErrorInfo, the private identity, and the error boundary that
+// each member runs inside.
 template <class Interface, class Extra, class... ErrorInterfaces>
-class DispatchObject : public Interface {
+class DispatchObject : public UnknownObject<Interface> {
+    using Base = UnknownObject<Interface>;
     using Side = SideBlock<CTvSupportErrorInfo<Interface, ErrorInterfaces...>, Extra>;
 
 public:
-    DispatchObject(const DispatchObject&) = delete;
-    DispatchObject& operator=(const DispatchObject&) = delete;
-
-    // IUnknown
+    // IUnknown: the interface chain as every object answers it, and two faces of its own.
     STDMETHODIMP QueryInterface(REFIID riid, void** object) override {
         if (!object) return E_POINTER;
         if (::IsEqualGUID(riid, kOwnObjectIid)) {
             *object = static_cast<Interface*>(this);
             return S_OK;
         }
-        if (IsInInterfaceChain<Interface>(riid)) {
-            *object = static_cast<Interface*>(this);
-        } else if (::IsEqualGUID(riid, __uuidof(ISupportErrorInfo))) {
-            Side* side = TryEnsureSide();
-            *object = side ? static_cast<ISupportErrorInfo*>(&side->supportErrorInfo) : nullptr;
-            if (!side) return E_OUTOFMEMORY;
-        } else {
-            *object = nullptr;
-            return E_NOINTERFACE;
-        }
-        AddRef();
+        if (!::IsEqualGUID(riid, __uuidof(ISupportErrorInfo))) return Base::QueryInterface(riid, object);
+        Side* side = TryEnsureSide();
+        *object = side ? static_cast<ISupportErrorInfo*>(&side->supportErrorInfo) : nullptr;
+        if (!side) return E_OUTOFMEMORY;
+        this->AddRef();
         return S_OK;
-    }
-    STDMETHODIMP_(ULONG) AddRef() override { return ++references_; }
-    STDMETHODIMP_(ULONG) Release() override {
-        const ULONG remaining = --references_;
-        if (remaining == 0) delete this;
-        return remaining;
     }
 
     // IDispatch
@@ -115,8 +100,11 @@ public:
     }
 
 protected:
-    DispatchObject() noexcept { ModuleLock::Lock(); }
-    virtual ~DispatchObject() { ModuleLock::Unlock(); }
+    DispatchObject() noexcept {
+        // A table has a cell per row and column: the tag must cost nothing but padding.
+        static_assert(sizeof(DispatchObject) == sizeof(Interface) + sizeof(ULONG) + sizeof(tag_) + sizeof(side_),
+                      "the tag must fill the counted object's padding");
+    }
 
     // The side block's extra part if the block was ever made, else null.
     const Extra* SideExtra() const noexcept { return side_ ? &side_->extra : nullptr; }
@@ -130,20 +118,12 @@ protected:
     std::int32_t Tag() const noexcept { return tag_; }
     void SetTag(std::int32_t tag) noexcept { tag_ = tag; }
 
-    // The error boundary: runs one member's body in the module's state and turns whatever it
-    // throws into the member's HRESULT, recording the failure for ISupportErrorInfo.
+    // One member's body inside the library's error boundary, its failure recorded for
+    // ISupportErrorInfo.
     template <class Body>
     HRESULT Guarded(Body&& body) noexcept {
-        ModuleStateGuard state;
-        try {
-            return body();
-        } catch (const ComError& error) {
-            return Fail(error.Code(), error.Description());
-        } catch (const std::bad_alloc&) {
-            return Fail(E_OUTOFMEMORY);
-        } catch (...) {
-            return Fail(E_UNEXPECTED);
-        }
+        return RunGuarded(static_cast<Body&&>(body),
+                          [this](HRESULT code, const wchar_t* description) noexcept { return Fail(code, description); });
     }
 
 private:
@@ -154,15 +134,15 @@ private:
         return side_.get();
     }
 
-    HRESULT Fail(HRESULT code, const wchar_t* description = nullptr) noexcept {
+    HRESULT Fail(HRESULT code, const wchar_t* description) noexcept {
         Side* side = TryEnsureSide();
         RecordError(side ? &side->errorInfo : nullptr, code, __uuidof(Interface), description);
         return code;
     }
 
-    std::unique_ptr<Side> side_;
-    ULONG references_ = 0;
+    // Declared first, it takes the padding after the counted object's reference count.
     std::int32_t tag_ = 0;
+    std::unique_ptr<Side> side_;
 };
 
 // Creates an object holding one reference for the caller.

@@ -1,40 +1,12 @@
 #include "com/EnumVariant.h"
 
-#include <new>
-
-#include "com/ModuleState.h"
+#include "com/ErrorBoundary.h"
 
 namespace com {
-
-EnumVariant::EnumVariant(std::shared_ptr<const Snapshot> values, size_t position) noexcept
-    : values_(std::move(values)), position_(position) {
-    ModuleLock::Lock();
-}
-
-EnumVariant::~EnumVariant() { ModuleLock::Unlock(); }
 
 ComPtr<IEnumVARIANT> EnumVariant::Create(Snapshot values) {
     auto shared = std::make_shared<const Snapshot>(std::move(values));
     return ComPtr<IEnumVARIANT>(new EnumVariant(std::move(shared), 0));
-}
-
-STDMETHODIMP EnumVariant::QueryInterface(REFIID riid, void** object) {
-    if (!object) return E_POINTER;
-    if (::IsEqualGUID(riid, IID_IUnknown) || ::IsEqualGUID(riid, IID_IEnumVARIANT)) {
-        *object = static_cast<IEnumVARIANT*>(this);
-        AddRef();
-        return S_OK;
-    }
-    *object = nullptr;
-    return E_NOINTERFACE;
-}
-
-STDMETHODIMP_(ULONG) EnumVariant::AddRef() { return ++references_; }
-
-STDMETHODIMP_(ULONG) EnumVariant::Release() {
-    const ULONG remaining = --references_;
-    if (remaining == 0) delete this;
-    return remaining;
 }
 
 STDMETHODIMP EnumVariant::Next(ULONG count, VARIANT* values, ULONG* fetched) {
@@ -73,10 +45,11 @@ STDMETHODIMP EnumVariant::Reset() {
 
 STDMETHODIMP EnumVariant::Clone(IEnumVARIANT** clone) {
     if (!clone) return E_POINTER;
-    *clone = new (std::nothrow) EnumVariant(values_, position_);
-    if (!*clone) return E_OUTOFMEMORY;
-    (*clone)->AddRef();
-    return S_OK;
+    *clone = nullptr;
+    return RunGuarded([&] {
+        ComPtr<IEnumVARIANT>(new EnumVariant(values_, position_)).copy_to(clone);
+        return S_OK;
+    });
 }
 
 }  // namespace com

@@ -7,20 +7,17 @@
 
 #include "com/ComPtr.h"
 #include "com/UniqueVariant.h"
+#include "com/UnknownObject.h"
 
 namespace com {
 
 // IEnumVARIANT over a snapshot of values, taken when the enumerator is made; later changes to
 // the source are not seen. Clones share the snapshot and copy the position.
-class EnumVariant final : public IEnumVARIANT {
+class EnumVariant final : public UnknownObject<IEnumVARIANT> {
 public:
     using Snapshot = std::vector<UniqueVariant>;
 
     static ComPtr<IEnumVARIANT> Create(Snapshot values);
-
-    STDMETHODIMP QueryInterface(REFIID riid, void** object) override;
-    STDMETHODIMP_(ULONG) AddRef() override;
-    STDMETHODIMP_(ULONG) Release() override;
 
     STDMETHODIMP Next(ULONG count, VARIANT* values, ULONG* fetched) override;
     STDMETHODIMP Skip(ULONG count) override;
@@ -28,12 +25,12 @@ public:
     STDMETHODIMP Clone(IEnumVARIANT** clone) override;
 
 private:
-    EnumVariant(std::shared_ptr<const Snapshot> values, size_t position) noexcept;
-    ~EnumVariant();
+    EnumVariant(std::shared_ptr<const Snapshot> values, size_t position) noexcept
+        : values_(std::move(values)), position_(position) {}
+    ~EnumVariant() override = default;
 
     std::shared_ptr<const Snapshot> values_;
     size_t position_;
-    ULONG references_ = 0;
 };
 
 }  // namespace com

@@ -10,22 +10,18 @@ namespace {
 constexpr wchar_t kSource[] = L"QnPropStorage";
 
 BSTR DescribeCode(HRESULT code) noexcept {
-    wchar_t* message = nullptr;
+    UniqueLocalMemory<wchar_t> message;
     const DWORD length = ::FormatMessageW(
         FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS,
-        nullptr, static_cast<DWORD>(code), 0, reinterpret_cast<wchar_t*>(&message), 0, nullptr);
-    BSTR text = nullptr;
+        nullptr, static_cast<DWORD>(code), 0, reinterpret_cast<wchar_t*>(message.put()), 0, nullptr);
     if (length > 0 && message) {
         DWORD end = length;
-        while (end > 0 && (message[end - 1] == L'\r' || message[end - 1] == L'\n')) --end;
-        text = ::SysAllocStringLen(message, end);
-    } else {
-        wchar_t fallback[32];
-        std::swprintf(fallback, 32, L"Error 0x%08lX", static_cast<unsigned long>(code));
-        text = ::SysAllocString(fallback);
+        while (end > 0 && (message.get()[end - 1] == L'\r' || message.get()[end - 1] == L'\n')) --end;
+        return ::SysAllocStringLen(message.get(), end);
     }
-    if (message) ::LocalFree(message);
-    return text;
+    wchar_t fallback[32];
+    std::swprintf(fallback, 32, L"Error 0x%08lX", static_cast<unsigned long>(code));
+    return ::SysAllocString(fallback);
 }
 
 }  // namespace

@@ -6,13 +6,29 @@
 
 namespace com {
 
-// The interface an interface derives from. Each dual interface of the library names its parent,
-// so QueryInterface can answer the whole chain from one template.
+// The interface an interface derives from. Each interface the library implements names its
+// parent, so QueryInterface can answer the whole chain from one template.
 template <class Interface>
 struct InterfaceParent;
 
 template <>
 struct InterfaceParent<IDispatch> {
+    using type = IUnknown;
+};
+template <>
+struct InterfaceParent<IEnumVARIANT> {
+    using type = IUnknown;
+};
+template <>
+struct InterfaceParent<ISequentialStream> {
+    using type = IUnknown;
+};
+template <>
+struct InterfaceParent<IStream> {
+    using type = ISequentialStream;
+};
+template <>
+struct InterfaceParent<IClassFactory> {
     using type = IUnknown;
 };
 

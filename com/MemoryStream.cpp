@@ -2,29 +2,12 @@
 
 #include <algorithm>
 #include <cstring>
-#include <new>
+
+#include "com/ErrorBoundary.h"
 
 namespace com {
 
 ComPtr<MemoryStream> MemoryStream::Create() { return ComPtr<MemoryStream>(new MemoryStream); }
-
-STDMETHODIMP MemoryStream::QueryInterface(REFIID riid, void** object) {
-    if (!object) return E_POINTER;
-    if (::IsEqualIID(riid, IID_IUnknown) || ::IsEqualIID(riid, IID_ISequentialStream) ||
-        ::IsEqualIID(riid, IID_IStream)) {
-        *object = static_cast<IStream*>(this);
-        AddRef();
-        return S_OK;
-    }
-    *object = nullptr;
-    return E_NOINTERFACE;
-}
-
-STDMETHODIMP_(ULONG) MemoryStream::Release() {
-    const ULONG remaining = --references_;
-    if (remaining == 0) delete this;
-    return remaining;
-}
 
 STDMETHODIMP MemoryStream::Read(void* buffer, ULONG count, ULONG* read) {
     if (!buffer) return STG_E_INVALIDPOINTER;
@@ -38,20 +21,22 @@ STDMETHODIMP MemoryStream::Read(void* buffer, ULONG count, ULONG* read) {
 
 STDMETHODIMP MemoryStream::Write(const void* buffer, ULONG count, ULONG* written) {
     if (!buffer) return STG_E_INVALIDPOINTER;
-    try {
-        const size_t end = position_ + count;
-        if (end > bytes_.size()) {
-            if (end > bytes_.capacity()) bytes_.reserve(std::max(end, bytes_.capacity() * 2));
-            bytes_.resize(end);
-        }
-    } catch (const std::bad_alloc&) {
-        failed_ = true;
-        return E_OUTOFMEMORY;
-    }
-    std::memcpy(bytes_.data() + position_, buffer, count);
-    position_ += count;
-    if (written) *written = count;
-    return S_OK;
+    return RunGuarded(
+        [&] {
+            const size_t end = position_ + count;
+            if (end > bytes_.size()) {
+                if (end > bytes_.capacity()) bytes_.reserve(std::max(end, bytes_.capacity() * 2));
+                bytes_.resize(end);
+            }
+            std::memcpy(bytes_.data() + position_, buffer, count);
+            position_ += count;
+            if (written) *written = count;
+            return S_OK;
+        },
+        [this](HRESULT code, const wchar_t*) noexcept {
+            failed_ = true;
+            return code;
+        });
 }
 
 STDMETHODIMP MemoryStream::Seek(LARGE_INTEGER move, DWORD origin, ULARGE_INTEGER* position) {
@@ -70,13 +55,15 @@ STDMETHODIMP MemoryStream::Seek(LARGE_INTEGER move, DWORD origin, ULARGE_INTEGER
 }
 
 STDMETHODIMP MemoryStream::SetSize(ULARGE_INTEGER size) {
-    try {
-        bytes_.resize(static_cast<size_t>(size.QuadPart));
-    } catch (const std::bad_alloc&) {
-        failed_ = true;
-        return E_OUTOFMEMORY;
-    }
-    return S_OK;
+    return RunGuarded(
+        [&] {
+            bytes_.resize(static_cast<size_t>(size.QuadPart));
+            return S_OK;
+        },
+        [this](HRESULT code, const wchar_t*) noexcept {
+            failed_ = true;
+            return code;
+        });
 }
 
 STDMETHODIMP MemoryStream::CopyTo(IStream* target, ULARGE_INTEGER count, ULARGE_INTEGER* read,

@@ -1,20 +1,21 @@
 #pragma once
 
+#include "com/Platform.h"
+
 #include <vector>
 
 #include "com/ComPtr.h"
-#include "com/Platform.h"
+#include "com/UnknownObject.h"
 
 namespace com {
 
 // An IStream over a buffer that grows geometrically. The platform's HGlobal stream reallocates to
 // the exact size on every write under some implementations, which makes a large document's save
 // cost grow with the square of its size.
-class MemoryStream final : public IStream {
+class MemoryStream final : public UnknownObject<IStream> {
 public:
     static ComPtr<MemoryStream> Create();
 
-    const std::vector<BYTE>& Bytes() const noexcept { return bytes_; }
     // Whether a write or resize ran out of memory. Some writers, the platform's DOM among them,
     // report success after a write into them failed.
     bool Failed() const noexcept { return failed_; }
@@ -23,10 +24,6 @@ public:
         position_ = 0;
         return std::move(bytes_);
     }
-
-    STDMETHODIMP QueryInterface(REFIID riid, void** object) override;
-    STDMETHODIMP_(ULONG) AddRef() override { return ++references_; }
-    STDMETHODIMP_(ULONG) Release() override;
 
     STDMETHODIMP Read(void* buffer, ULONG count, ULONG* read) override;
     STDMETHODIMP Write(const void* buffer, ULONG count, ULONG* written) override;
@@ -43,12 +40,11 @@ public:
 
 private:
     MemoryStream() = default;
-    ~MemoryStream() = default;
+    ~MemoryStream() override = default;
 
     std::vector<BYTE> bytes_;
     size_t position_ = 0;
     bool failed_ = false;
-    ULONG references_ = 0;
 };
 
 }  // namespace com

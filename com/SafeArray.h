@@ -3,11 +3,8 @@
 #include "com/Platform.h"
 
 #include "com/ComError.h"
-#include "com/UniqueHandle.h"
 
 namespace com {
-
-using UniqueSafeArray = UniqueHandle<SAFEARRAY*, &::SafeArrayDestroy>;
 
 // The elements of a safe array, locked for direct access for one scope (AccessData paired with
 // UnaccessData on every path).

@@ -1,11 +1,13 @@
 #pragma once
 
+#include "com/Platform.h"
+
 #include <utility>
 
 namespace com {
 
 // Owner of a resource reached through a pointer-like handle and freed by one close function
-// (BSTR by SysFreeString, SAFEARRAY* by SafeArrayDestroy). Move-only; a null handle owns nothing.
+// (BSTR by SysFreeString, a module by FreeLibrary). Move-only; a null handle owns nothing.
 template <class Handle, auto Close>
 class UniqueHandle {
 public:
@@ -39,5 +41,10 @@ public:
 private:
     Handle handle_ = nullptr;
 };
+
+// Memory the system allocated for the caller and left to it to free: FormatMessage's text,
+// CommandLineToArgvW's list.
+template <class T>
+using UniqueLocalMemory = UniqueHandle<T*, &::LocalFree>;
 
 }  // namespace com

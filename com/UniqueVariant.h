@@ -50,13 +50,6 @@ public:
     UniqueVariant& operator=(const UniqueVariant&) = delete;
     ~UniqueVariant() { reset(); }
 
-    // A deep copy of any variant; a by-reference variant stays by reference. Throws on failure.
-    static UniqueVariant CopyOf(const VARIANT& source) {
-        UniqueVariant copy;
-        ThrowIfFailed(CopyVariant(&copy.value_, source));
-        return copy;
-    }
-
     // Owners of the values the library makes itself; each holds its own reference or copy.
     static UniqueVariant Unknown(IUnknown* object) noexcept {
         if (object) object->AddRef();

@@ -2,15 +2,14 @@
 
 #include "com/Platform.h"
 
+#include "com/UnknownObject.h"
+
 namespace module {
 
 // The class object of CQnPropStorage. It is static: its references do not count, while
 // LockServer does.
-class ClassFactory final : public IClassFactory {
+class ClassFactory final : public com::UnknownObject<IClassFactory, com::Lifetime::kStatic> {
 public:
-    STDMETHODIMP QueryInterface(REFIID riid, void** object) override;
-    STDMETHODIMP_(ULONG) AddRef() override { return 2; }
-    STDMETHODIMP_(ULONG) Release() override { return 1; }
     STDMETHODIMP CreateInstance(IUnknown* outer, REFIID riid, void** object) override;
     STDMETHODIMP LockServer(BOOL lock) override;
 };

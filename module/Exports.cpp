@@ -2,7 +2,7 @@
 #include <string>
 
 #include "com/ComPtr.h"
-#include "com/ModuleState.h"
+#include "com/ErrorBoundary.h"
 #include "com/TypeInfoCache.h"
 #include "model/Interfaces.h"
 #include "module/AppIdentity.h"
@@ -62,39 +62,33 @@ HRESULT UnregisterTypeLibrary() {
 }  // namespace
 
 STDAPI DllCanUnloadNow() {
-    com::ModuleStateGuard state;
-    if (com::ModuleLock::Count() != 0) return S_FALSE;
-    com::TypeInfoCache::Clear();
-    return S_OK;
+    return com::RunGuarded([] {
+        if (com::ModuleLock::Count() != 0) return S_FALSE;
+        com::TypeInfoCache::Clear();
+        return S_OK;
+    });
 }
 
 STDAPI DllGetClassObject(REFCLSID rclsid, REFIID riid, LPVOID* ppv) {
-    com::ModuleStateGuard state;
-    if (!ppv) return E_POINTER;
-    *ppv = nullptr;
-    IClassFactory* factory = module::FindClassObject(rclsid);
-    if (!factory) return CLASS_E_CLASSNOTAVAILABLE;
-    return factory->QueryInterface(riid, ppv);
+    return com::RunGuarded([&] {
+        if (!ppv) return E_POINTER;
+        *ppv = nullptr;
+        IClassFactory* factory = module::FindClassObject(rclsid);
+        if (!factory) return CLASS_E_CLASSNOTAVAILABLE;
+        return factory->QueryInterface(riid, ppv);
+    });
 }
 
 STDAPI DllRegisterServer() {
-    com::ModuleStateGuard state;
-    try {
+    return com::RunGuarded([] {
         const HRESULT hr = RunRegistrationScript(true);
-        if (FAILED(hr)) return hr;
-        return RegisterTypeLibrary();
-    } catch (const std::bad_alloc&) {
-        return E_OUTOFMEMORY;
-    }
+        return FAILED(hr) ? hr : RegisterTypeLibrary();
+    });
 }
 
 STDAPI DllUnregisterServer() {
-    com::ModuleStateGuard state;
-    try {
+    return com::RunGuarded([] {
         const HRESULT hr = RunRegistrationScript(false);
-        if (FAILED(hr)) return hr;
-        return UnregisterTypeLibrary();
-    } catch (const std::bad_alloc&) {
-        return E_OUTOFMEMORY;
-    }
+        return FAILED(hr) ? hr : UnregisterTypeLibrary();
+    });
 }

@@ -1,14 +1,10 @@
 #include "values/VariantArray.h"
 
 #include <cstring>
-#include <vector>
+
+#include "com/SafeArray.h"
 
 namespace values {
-
-void VariantArray::Init() noexcept {
-    VARIANT& raw = value_.get();
-    std::memset(&raw, 0, sizeof raw);
-}
 
 HRESULT VariantArray::Create(VARTYPE elementType, ULONG count, const void* data, LONG lowerBound) {
     value_.reset();
@@ -17,31 +13,9 @@ HRESULT VariantArray::Create(VARTYPE elementType, ULONG count, const void* data,
     if (!array) return E_OUTOFMEMORY;
     value_ = com::UniqueVariant::Array(array, elementType);
     if (!data) return S_OK;
-    void* target = nullptr;
-    HRESULT hr = ::SafeArrayAccessData(array, &target);
-    if (FAILED(hr)) return hr;
-    std::memcpy(target, data, static_cast<size_t>(count) * ::SafeArrayGetElemsize(array));
-    return ::SafeArrayUnaccessData(array);
-}
-
-HRESULT VariantArray::CreateMulti(VARTYPE elementType, UINT dimensions, const ULONG* counts) {
-    value_.reset();
-    std::vector<SAFEARRAYBOUND> bounds(dimensions);
-    for (UINT i = 0; i < dimensions; ++i) bounds[i] = SAFEARRAYBOUND{counts[i], 0};
-    SAFEARRAY* array = ::SafeArrayCreate(elementType, dimensions, bounds.data());
-    if (!array) return E_OUTOFMEMORY;
-    value_ = com::UniqueVariant::Array(array, elementType);
+    com::SafeArrayData<BYTE> target(array);
+    std::memcpy(&target[0], data, static_cast<size_t>(count) * ::SafeArrayGetElemsize(array));
     return S_OK;
-}
-
-bool VariantArray::PutElement(LONG index, void* value) {
-    SAFEARRAY* array = Array();
-    return array && SUCCEEDED(::SafeArrayPutElement(array, &index, value));
-}
-
-bool VariantArray::GetElement(LONG index, void* value) const {
-    SAFEARRAY* array = Array();
-    return array && SUCCEEDED(::SafeArrayGetElement(array, &index, value));
 }
 
 HRESULT VariantArray::Redim(ULONG count) {

@@ -12,12 +12,9 @@ class VariantArray {
 public:
     VariantArray() noexcept = default;
 
-    // Empties the holder without freeing: for a holder whose value was handed on elsewhere.
-    void Init() noexcept;
+    // `count` elements from `lowerBound`, copied from `data` when given: E_OUTOFMEMORY when the
+    // array cannot be made, and thrown when the array, once made, refuses access for the copy.
     HRESULT Create(VARTYPE elementType, ULONG count, const void* data = nullptr, LONG lowerBound = 0);
-    HRESULT CreateMulti(VARTYPE elementType, UINT dimensions, const ULONG* counts);
-    bool PutElement(LONG index, void* value);
-    bool GetElement(LONG index, void* value) const;
     // Changes the element count, lower bound 0.
     HRESULT Redim(ULONG count);
     // Moves the whole VARIANT into `target` and leaves the holder empty.

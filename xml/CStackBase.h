@@ -5,7 +5,8 @@
 
 namespace xml {
 
-// What the reader and the writer share: the element that attribute operations address.
+// What the reader and the writer share: the element that attribute operations address. The name
+// is older than the code: there is no stack, only the one current element.
 class CStackBase {
 public:
     CStackBase() = default;

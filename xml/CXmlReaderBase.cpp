@@ -39,7 +39,7 @@ int CXmlReaderBase::Opened(IXMLDOMElement* root) {
 int CXmlReaderBase::OpenDocument(const VARIANT* source) {
     Close();
     if (!source) return 0;
-    document_ = std::make_unique<WkXMLFile>(documentFlags_);
+    document_ = std::make_unique<WkXMLFile>(WkXMLFile::kReadOnly);
     if (document_->LoadSource(source, nullptr) >= 0) return Opened(document_->GetRoot());
     Close();
     return 0;

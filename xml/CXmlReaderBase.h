@@ -35,7 +35,6 @@ public:
     int GetAttribute(BSTR name, BSTR* out);
     void Close() noexcept;
 
-    bool IsOpen() const noexcept { return open_ != 0; }
     // The element NextElement stands on, or null.
     IXMLDOMElement* CurrentElement() const noexcept { return current_.get(); }
 
@@ -46,7 +45,6 @@ private:
     void EnterChildrenOf(IXMLDOMNode* parent);
 
     int open_ = 0;
-    DWORD documentFlags_ = WkXMLFile::kPreserveWhiteSpace | WkXMLFile::kReadOnly;
     std::unique_ptr<WkXMLFile> document_;
     com::ComPtr<IXMLDOMElement> root_;
     com::ComPtr<IXMLDOMNode> section_;

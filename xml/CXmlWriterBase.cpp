@@ -19,7 +19,7 @@ int CXmlWriterBase::Opened() {
 int CXmlWriterBase::CreateDocument(const wchar_t* rootName) {
     Close();
     if (!rootName) return open_;
-    file_ = std::make_unique<WkXMLFile>(documentFlags_);
+    file_ = std::make_unique<WkXMLFile>(0);
     com::UniqueVariant empty;
     if (SUCCEEDED(file_->LoadSource(&empty.get(), rootName)) && file_->GetRoot()) return Opened();
     Close();
@@ -29,7 +29,7 @@ int CXmlWriterBase::CreateDocument(const wchar_t* rootName) {
 int CXmlWriterBase::OpenDocument(const VARIANT* source) {
     Close();
     if (!source) return open_;
-    file_ = std::make_unique<WkXMLFile>(documentFlags_);
+    file_ = std::make_unique<WkXMLFile>(0);
     // A load that the parser reports as done but that yields no root counts as failed: there is no
     // document to write into.
     if (file_->LoadSource(source, nullptr) == S_OK && file_->GetRoot()) return Opened();
@@ -81,7 +81,7 @@ int CXmlWriterBase::AddAttribute(BSTR name, const VARIANT& value) {
     if (!current_ && insertionParent_) current_ = insertionParent_.try_query<IXMLDOMElement>();
     if (!name || !document_ || !current_) return 0;
     const HRESULT hr = current_->setAttribute(name, value);
-    if (FAILED(hr)) throw com::ComError(hr, __uuidof(IXMLDOMAttribute));
+    com::ThrowIfFailed(hr);
     return 1;
 }
 
@@ -94,7 +94,7 @@ std::vector<BYTE> CXmlWriterBase::SaveToBytes() {
     auto buffer = com::MemoryStream::Create();
     const HRESULT saved = document_->save(com::UniqueVariant::Unknown(static_cast<IStream*>(buffer.get())).get());
     if (buffer->Failed()) com::ThrowOutOfMemory();
-    if (FAILED(saved)) throw com::ComError(saved, __uuidof(IXMLDOMDocument));
+    com::ThrowIfFailed(saved);
     return buffer->TakeBytes();
 }
 

@@ -9,8 +9,9 @@
 
 namespace xml {
 
-// A write cursor: builds a document element by element in memory and saves it into a stream in
-// one piece. Operations answer 1 for success and 0 when their preconditions fail.
+// A write cursor: builds a document element by element in memory and hands it over as the bytes
+// the parser saves, for the caller to put into a stream in one piece. Operations answer 1 for
+// success and 0 when their preconditions fail.
 class CXmlWriterBase : public CStackBase {
 public:
     CXmlWriterBase() = default;
@@ -18,7 +19,8 @@ public:
 
     // A new document with the XML declaration and a root element named `rootName`.
     int CreateDocument(const wchar_t* rootName);
-    // The existing document held by `source` (a stream in a VARIANT); its root becomes current.
+    // The existing document in `source` (its bytes as VT_ARRAY | VT_UI1, or anything else the
+    // parser loads); its root becomes current.
     int OpenDocument(const VARIANT* source);
     // Removes the root's direct children of that name, as the platform's element list finds them.
     void RemoveSections(const wchar_t* name);
@@ -38,13 +40,11 @@ public:
     void Close();
 
     IXMLDOMDocument* Document() const noexcept { return document_.get(); }
-    bool IsOpen() const noexcept { return open_ != 0; }
 
 private:
     int Opened();
 
     int open_ = 0;
-    DWORD documentFlags_ = WkXMLFile::kPreserveWhiteSpace | WkXMLFile::kWriter;
     std::unique_ptr<WkXMLFile> file_;
     com::ComPtr<IXMLDOMDocument> document_;
     com::ComPtr<IXMLDOMNode> insertionParent_;

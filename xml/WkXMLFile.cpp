@@ -42,15 +42,14 @@ HRESULT WkXMLFile::CreateParser(const wchar_t* rootName, DWORD flags) {
     if (hr == E_OUTOFMEMORY) com::ThrowOutOfMemory();
     if (FAILED(hr)) return hr;
 
-    if (!(flags & kAsync)) hr = document->put_async(VARIANT_FALSE);
-    if (flags & kPreserveWhiteSpace) hr = document->put_preserveWhiteSpace(VARIANT_TRUE);
+    document->put_async(VARIANT_FALSE);
 
     com::ComPtr<IXMLDOMDocument2> document2;
     const HRESULT query = document->QueryInterface(__uuidof(IXMLDOMDocument2), document2.put_void());
-    if (FAILED(query) && query != E_NOINTERFACE) throw com::ComError(query, __uuidof(IXMLDOMDocument2));
+    if (query != E_NOINTERFACE) com::ThrowIfFailed(query);
 
     // Always on: hosts keep entity declarations in their documents.
-    hr = document->put_resolveExternals(VARIANT_TRUE);
+    document->put_resolveExternals(VARIANT_TRUE);
     if (document2) {
         SetParserProperty(document2.get(), L"ProhibitDTD", com::UniqueVariant::Bool(false).get());
         SetParserProperty(document2.get(), L"AllowXsltScript", com::UniqueVariant::Bool(true).get());
@@ -96,7 +95,7 @@ HRESULT WkXMLFile::LoadSource(const VARIANT* source, const wchar_t* rootName) {
     }
     const HRESULT hr = CreateParser(nullptr, 0);
     if (FAILED(hr)) return hr;
-    return Load(*source, 0);
+    return Load(*source);
 }
 
 // The rest of a stream, from its current position, as the byte array the parser also loads from.
@@ -134,8 +133,8 @@ com::UniqueVariant WkXMLFile::StreamContent(IStream* stream) {
     return content;
 }
 
-HRESULT WkXMLFile::Load(const VARIANT& source, DWORD flags) {
-    if (!(flags & kAsync)) document_->put_async(VARIANT_FALSE);
+HRESULT WkXMLFile::Load(const VARIANT& source) {
+    document_->put_async(VARIANT_FALSE);
     com::UniqueVariant content;
     const VARIANT* loadFrom = &source;
     if (source.vt == VT_UNKNOWN && source.punkVal) {
@@ -191,8 +190,6 @@ com::ComPtr<IXMLDOMNode> WkXMLFile::GetSection(const wchar_t* name) {
     if (!root || !name || !*name) return nullptr;
     return FindOrCreateChild(root, name);
 }
-
-int WkXMLFile::HasSection(const wchar_t* name) { return GetSection(name) ? 1 : 0; }
 
 HRESULT WkXMLFile::ReportParseError() {
     if (!document_) return E_NOINTERFACE;

@@ -14,38 +14,34 @@ namespace xml {
 class WkXMLFile {
 public:
     enum Flag : DWORD {
-        kAsync = 0x001,
-        kPreserveWhiteSpace = 0x004,
-        kNewDocument = 0x008,
-        kWriter = 0x010,
+        // Of the object: sections are found, never created.
         kReadOnly = 0x020,
+        // Of CreateParser: the document gets the XML declaration.
+        kNewDocument = 0x008,
     };
 
     explicit WkXMLFile(DWORD flags) noexcept : flags_(flags) {}
-    virtual ~WkXMLFile() = default;
     WkXMLFile(const WkXMLFile&) = delete;
     WkXMLFile& operator=(const WkXMLFile&) = delete;
 
     // An empty source makes a new document with the declaration and `rootName` (S_FALSE on
     // success); any other source is loaded.
     HRESULT LoadSource(const VARIANT* source, const wchar_t* rootName);
-    HRESULT CreateParser(const wchar_t* rootName, DWORD flags);
 
     // The document element, fetched once; throws E_POINTER without a document.
     IXMLDOMElement* GetRoot();
     // The direct child of the root named `name`, created when missing unless the object is
     // read-only.
     com::ComPtr<IXMLDOMNode> GetSection(const wchar_t* name);
-    int HasSection(const wchar_t* name);
     HRESULT ReportParseError();
 
     IXMLDOMDocument* Document() const noexcept { return document_.get(); }
-    DWORD Flags() const noexcept { return flags_; }
 
 private:
     static HRESULT CreateDocumentObject(const CLSID& clsid, com::ComPtr<IXMLDOMDocument>& document);
     static com::UniqueVariant StreamContent(IStream* stream);
-    HRESULT Load(const VARIANT& source, DWORD flags);
+    HRESULT CreateParser(const wchar_t* rootName, DWORD flags);
+    HRESULT Load(const VARIANT& source);
     com::ComPtr<IXMLDOMNode> FindOrCreateChild(IXMLDOMNode* parent, const wchar_t* name);
 
     com::ComPtr<IXMLDOMDocument> document_;

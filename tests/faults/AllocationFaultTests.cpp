@@ -112,6 +112,8 @@ protected:
         ULONG count = 0;
         STEP(enumerator.try_query<IEnumVARIANT>()->Next(2, fetched, &count));
         for (ULONG i = 0; i < count; ++i) values_[4 + i].get() = fetched[i];
+        ComPtr<IEnumVARIANT> clone;
+        STEP(enumerator.try_query<IEnumVARIANT>()->Clone(clone.put()));
         STEP(table_->GetColumnDefs(qnpsDefinitions_Ordered, reinterpret_cast<IQnPSColumnDefCollection**>(objects_[1].put())));
         STEP(table_->put_CustomProperty(Bstr(L"key").get(), VariantOf(L"kept").get()));
         return S_OK;

@@ -102,6 +102,13 @@ TEST(Registration, TheClassFactoryServesTheStorageClassAlone) {
     ComPtr<IUnknown> aggregated;
     EXPECT_EQ(CLASS_E_NOAGGREGATION,
               storageFactory->CreateInstance(reinterpret_cast<IUnknown*>(1), IID_IUnknown, aggregated.put_void()));
+    // The object made for an interface it lacks is gone again.
+    void* wrong = reinterpret_cast<void*>(1);
+    EXPECT_EQ(E_NOINTERFACE, storageFactory->CreateInstance(nullptr, IID_IClassFactory, &wrong));
+    EXPECT_EQ(nullptr, wrong);
+    EXPECT_EQ(S_OK, ModuleCanUnloadNow());
+    EXPECT_EQ(E_NOINTERFACE, storageFactory->QueryInterface(IID_IDispatch, &wrong));
+    EXPECT_EQ(nullptr, wrong);
     storageFactory.reset();
     ::FreeLibrary(library);
 }

@@ -4,6 +4,7 @@
 #include "Utf8.h"
 #include "com/Bstr.h"
 #include "com/ComPtr.h"
+#include "com/UniqueHandle.h"
 
 namespace qnps {
 
@@ -37,12 +38,11 @@ std::string ToolError::Describe(HRESULT code) {
     case STG_E_INVALIDNAME: return "not a valid storage or stream name";
     case REGDB_E_CLASSNOTREG: return "QnPropStorage is not registered";
     }
-    wchar_t* text = nullptr;
+    com::UniqueLocalMemory<wchar_t> text;
     const DWORD length = ::FormatMessageW(
         FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr,
-        static_cast<DWORD>(code), 0, reinterpret_cast<wchar_t*>(&text), 0, nullptr);
-    std::wstring words(text ? text : L"", length);
-    if (text) ::LocalFree(text);
+        static_cast<DWORD>(code), 0, reinterpret_cast<wchar_t*>(text.put()), 0, nullptr);
+    std::wstring words(text ? text.get() : L"", length);
     while (!words.empty() && (words.back() == L'\n' || words.back() == L'\r' || words.back() == L'.'))
         words.pop_back();
     return words.empty() ? "failed" : ToUtf8(words);

@@ -2,7 +2,7 @@
 
 #include "com/Platform.h"
 
-#include "ToolError.h"
+#include <stdexcept>
 
 namespace qnps {
 
@@ -19,7 +19,7 @@ std::wstring FromUtf8(std::string_view text) {
     if (text.empty()) return std::wstring();
     const int length = static_cast<int>(text.size());
     const int size = ::MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, text.data(), length, nullptr, 0);
-    if (size == 0) throw ToolError("text that is not UTF-8");
+    if (size == 0) throw std::range_error("text that is not UTF-8");
     std::wstring result(static_cast<size_t>(size), L'\0');
     ::MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, text.data(), length, result.data(), size);
     return result;

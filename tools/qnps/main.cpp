@@ -12,6 +12,7 @@
 #include "Console.h"
 #include "ToolError.h"
 #include "com/ComError.h"
+#include "com/UniqueHandle.h"
 
 namespace {
 
@@ -37,10 +38,9 @@ std::string WithCode(const std::string& message, HRESULT code) {
 
 int Run() {
     int count = 0;
-    wchar_t** raw = ::CommandLineToArgvW(::GetCommandLineW(), &count);
+    const com::UniqueLocalMemory<wchar_t*> raw(::CommandLineToArgvW(::GetCommandLineW(), &count));
     if (!raw) throw qnps::ToolError::Failed("the command line", HRESULT_FROM_WIN32(::GetLastError()));
-    std::vector<std::wstring> arguments(raw + (count > 0 ? 1 : 0), raw + count);
-    ::LocalFree(raw);
+    std::vector<std::wstring> arguments(raw.get() + (count > 0 ? 1 : 0), raw.get() + count);
     ComApartment apartment;
     return qnps::Commands(std::move(arguments)).Run();
 }
