@@ -6,9 +6,9 @@
 
 namespace values {
 
-HRESULT VariantArray::Create(VARTYPE elementType, ULONG count, const void* data, LONG lowerBound) {
+HRESULT VariantArray::Create(VARTYPE elementType, ULONG count, const void* data) {
     value_.reset();
-    SAFEARRAYBOUND bound{count, lowerBound};
+    SAFEARRAYBOUND bound{count, 0};
     SAFEARRAY* array = ::SafeArrayCreate(elementType, 1, &bound);
     if (!array) return E_OUTOFMEMORY;
     value_ = com::UniqueVariant::Array(array, elementType);

@@ -12,9 +12,9 @@ class VariantArray {
 public:
     VariantArray() noexcept = default;
 
-    // `count` elements from `lowerBound`, copied from `data` when given: E_OUTOFMEMORY when the
-    // array cannot be made, and thrown when the array, once made, refuses access for the copy.
-    HRESULT Create(VARTYPE elementType, ULONG count, const void* data = nullptr, LONG lowerBound = 0);
+    // `count` elements from index 0, copied from `data` when given: E_OUTOFMEMORY when the array
+    // cannot be made, and thrown when the array, once made, refuses access for the copy.
+    HRESULT Create(VARTYPE elementType, ULONG count, const void* data = nullptr);
     // Changes the element count, lower bound 0.
     HRESULT Redim(ULONG count);
     // Moves the whole VARIANT into `target` and leaves the holder empty.
