@@ -198,7 +198,7 @@ void BulkImport::ImportFile(const FileLines& lines) {
     const DWORD attributes = ::GetFileAttributesW(lines.file.c_str());
     // Opening for writing would make a missing file.
     if (attributes == INVALID_FILE_ATTRIBUTES)
-        return failAll(name + ": " + ToolError::Describe(HRESULT_FROM_WIN32(::GetLastError())));
+        return failAll(ToolError(name + ": not found", HRESULT_FROM_WIN32(::GetLastError())).WithCode());
     std::unique_ptr<CompoundFile> file;
     try {
         // A dry run refuses what the import would refuse.
