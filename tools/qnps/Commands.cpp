@@ -138,6 +138,7 @@ std::string Commands::Usage() {
     }
     return usage + "\nFILE is a compound file; STREAM a stream, or storages and a stream separated by \"/\",\n"
                    "each name at most 31 characters. qnps --version prints the version.\n"
+                   "export --csv PATH... and import --csv SHEET.csv work on many files in one sheet.\n"
                    "The full guide: docs/qnps.md\n";
 }
 
