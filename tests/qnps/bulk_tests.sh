@@ -63,7 +63,7 @@ done <<'CASES'
 0|6 rows of 2 streams from 1 files||a.qnps
 0|2 rows of 1 streams from 1 files||sub --pattern c.*
 1|0 rows of 0 streams from 1 files; 1 failed|qnps: sub/foreign.qnps: Props: not a property document \(0x80048003\).|sub/foreign.qnps --stream *
-1|2 rows of 1 streams from 2 files; 2 failed|qnps: missing.qnps: .*.qnps: notes.qnps: not a compound file \(0x80030050\).|missing.qnps notes.qnps sub/c.qnps
+1|2 rows of 1 streams from 2 files; 2 failed|qnps: missing.qnps: not found \(0x80070002\).qnps: notes.qnps: not a compound file \(0x80030050\).|missing.qnps notes.qnps sub/c.qnps
 1|0 rows of 0 streams from 1 files; 1 failed|qnps: sub/c.qnps: no stream matches "Nope".|sub/c.qnps --stream Nope
 CASES
 run export --csv a.qnps sub/c.qnps a.qnps --progress 2

@@ -193,7 +193,7 @@ void BulkImport::ImportFile(const FileLines& lines) {
     auto failAll = [&](const std::string& message) {
         progress_->Interrupt();
         Fail(Where(first) + message);
-        for (const auto& stream : lines.streams) (void)stream, ++failed_;
+        failed_ += lines.streams.size();
     };
     const DWORD attributes = ::GetFileAttributesW(lines.file.c_str());
     // Opening for writing would make a missing file.

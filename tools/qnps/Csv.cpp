@@ -8,7 +8,7 @@
 namespace qnps {
 namespace {
 
-// The line of the first byte that is not UTF-8, or 0.
+// The line of the first byte that is not UTF-8.
 size_t LineOfInvalidUtf8(const std::string& text) {
     size_t line = 1;
     for (size_t i = 0; i < text.size();) {
@@ -25,7 +25,7 @@ size_t LineOfInvalidUtf8(const std::string& text) {
         if (c == '\n') ++line;
         i += length;
     }
-    return 0;
+    return line;
 }
 
 }  // namespace
@@ -47,8 +47,12 @@ std::string Csv::Line(const std::vector<std::string>& fields) {
 }
 
 std::vector<Csv::Record> Csv::Parse(const std::string& text, const std::string& source) {
-    if (const size_t bad = LineOfInvalidUtf8(text))
-        throw ToolError(source + ": line " + std::to_string(bad) + ": not UTF-8 (save the sheet as UTF-8 CSV)");
+    try {
+        FromUtf8(text);
+    } catch (const ToolError&) {
+        throw ToolError(source + ": line " + std::to_string(LineOfInvalidUtf8(text)) +
+                        ": not UTF-8 (save the sheet as UTF-8 CSV)");
+    }
     std::vector<Record> records;
     size_t i = text.compare(0, 3, kByteOrderMark) == 0 ? 3 : 0;
     size_t line = 1;

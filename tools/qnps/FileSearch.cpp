@@ -48,7 +48,7 @@ FileSearch::Result FileSearch::Find(const std::vector<std::wstring>& operands, c
     for (const auto& operand : operands) {
         const DWORD attributes = ::GetFileAttributesW(operand.c_str());
         if (attributes == INVALID_FILE_ATTRIBUTES)
-            result.problems.push_back(ToUtf8(operand) + ": " + ToolError::Describe(HRESULT_FROM_WIN32(::GetLastError())));
+            result.problems.push_back(ToolError(ToUtf8(operand) + ": not found", HRESULT_FROM_WIN32(::GetLastError())).WithCode());
         else if (attributes & FILE_ATTRIBUTE_DIRECTORY)
             SearchFolder(operand, pattern, recurse, result);
         else
@@ -62,7 +62,7 @@ void FileSearch::SearchFolder(const std::wstring& folder, const std::wstring& pa
     WIN32_FIND_DATAW data{};
     FindHandle find{::FindFirstFileW((prefix + L"*").c_str(), &data)};
     if (find.handle == INVALID_HANDLE_VALUE) {
-        result.problems.push_back(ToUtf8(folder) + ": " + ToolError::Describe(HRESULT_FROM_WIN32(::GetLastError())));
+        result.problems.push_back(ToolError::Failed(ToUtf8(folder), HRESULT_FROM_WIN32(::GetLastError())).WithCode());
         return;
     }
     std::vector<std::pair<std::wstring, bool>> entries;
