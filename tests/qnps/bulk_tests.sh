@@ -59,7 +59,7 @@ while IFS='|' read -r code summary problems args; do
     [[ "$err" =~ ^${problems}qnps:\ exported\ $summary$ ]] || fail "export $args: stderr <<$err>> lacks <<$problems$summary>>"
 done <<'CASES'
 0|2 rows of 1 streams from 1 files||. --stream drawings/*
-0|4 rows of 2 streams from 2 files||a.qnps sub/c.qnps --stream Props
+0|6 rows of 2 streams from 2 files||a.qnps sub/c.qnps --stream Props
 0|6 rows of 2 streams from 1 files||a.qnps
 0|2 rows of 1 streams from 1 files||sub --pattern c.*
 1|0 rows of 0 streams from 1 files; 1 failed|qnps: sub/foreign.qnps: Props: not a property document \(0x80048003\).|sub/foreign.qnps --stream *
@@ -128,7 +128,7 @@ while IFS='|' read -r code message args; do
     [[ "$err" =~ $message ]] || fail "import $args: message <<$err>> lacks <<$message>>"
 done <<'CASES'
 1|^qnps: latin1.csv: line 2: not UTF-8 \(save the sheet as UTF-8 CSV\)$|latin1.csv
-1|^qnps: twice.csv: line 4, column RowID: a.qnps: Props: row "r1" is on line 2 too$|twice.csv --dry-run
+1|^qnps: twice.csv: line 4, column RowID: a.qnps: Props: row "r1" is on line 2 too|twice.csv --dry-run
 1|^qnps: open.csv: line 2: a quoted field is not closed$|open.csv
 1|streams: 0 changed, 0 unchanged, 1 failed; 0 cells changed; stopped at the first failure|stop.csv --stop-on-error --add-rows
 2|^qnps: --dry-run is for a CSV sheet|a.qnps Props a.json --dry-run
