@@ -118,17 +118,11 @@ HRESULT PropertyDocumentWriter::Write(IStream* stream, ULONGLONG streamSize) {
     throw com::ComError(QNPS_E_WRITEXMLERROR, std::make_shared<const std::wstring>(text));
 }
 
-void PropertyDocumentWriter::RequireCarriable(const wchar_t* text, size_t length, const std::wstring& what) {
-    UncarriableCharacter found;
-    if (!text || !FindUncarriableCharacter(text, length, found)) return;
+void PropertyDocumentWriter::ThrowUncarriable(const std::wstring& where, const UncarriableCharacter& found) {
     throw com::ComError(QNPS_E_WRITEXMLERROR,
                         std::make_shared<const std::wstring>(
-                            what + L" holds " + DescribeUncarriable(found) +
+                            where + L" holds " + DescribeUncarriable(found) +
                             L", which a property document cannot carry; the stream was not changed."));
-}
-
-void PropertyDocumentWriter::RequireCarriable(BSTR text, const std::wstring& what) {
-    RequireCarriable(text, com::BstrLength(text), what);
 }
 
 HRESULT PropertyDocumentWriter::BeginNewDocument() {
@@ -136,7 +130,7 @@ HRESULT PropertyDocumentWriter::BeginNewDocument() {
     const com::UniqueBstr version = com::CopyText(kVersion);
     writer_.AddAttribute(version.get(), kCurrentVersion);
     if (!com::IsEmptyBstr(table_.Application())) {
-        RequireCarriable(table_.Application(), L"The application name");
+        RequireCarriable(table_.Application(), [] { return std::wstring(L"The application name"); });
         const com::UniqueBstr application = com::CopyText(kApplication);
         writer_.AddAttribute(application.get(), com::BorrowedText(table_.Application()));
     }
@@ -203,7 +197,7 @@ void PropertyDocumentWriter::WriteColumns() {
         columns_.push_back({column, -1, old_ ? old_->ColumnSlot(name) : -1});
 
         if (com::IsEmptyBstr(column->DispName())) column->SetDispName(name);
-        RequireCarriable(column->DispName(), L"Column " + std::wstring(name) + L": the display name");
+        RequireCarriable(column->DispName(), [&] { return L"Column " + std::wstring(name) + L": the display name"; });
         SetAttribute(dispName_.get(), com::BorrowedText(column->DispName()));
         if (const wchar_t* direction = DirectionText(column->Direction())) {
             SetAttribute(direction_.get(), com::UniqueVariant::Text(direction).get());
@@ -237,7 +231,7 @@ void PropertyDocumentWriter::WriteRows() {
         if (!row) continue;
         if (!writer_.AddElement(nullptr, rowElement_.get())) continue;
         currentRowId_ = row->RowID();
-        RequireCarriable(currentRowId_, L"The identifier of row " + std::to_wstring(i + 1));
+        RequireCarriable(currentRowId_, [&] { return L"The identifier of row " + std::to_wstring(i + 1); });
         // A row without identifier is written with an empty one; the parser wants a real string.
         SetAttribute(rowId_.get(), com::BorrowedText(currentRowId_ ? currentRowId_ : emptyText_.get()));
 
@@ -246,7 +240,12 @@ void PropertyDocumentWriter::WriteRows() {
             const CQnPSColumnDef* column = cell ? cell->Definition() : nullptr;
             if (!column) continue;
             if (!writeEveryDirection && column->Direction() == qnpsPropDirection_ToDocument) continue;
-            CColomnEl* record = RecordFor(*column);
+            // Rows mostly hold their cells in the same order: the record found for the cell at this
+            // place in the row before is tried first.
+            if (j >= recentRecords_.size()) recentRecords_.resize(j + 1, {nullptr, nullptr});
+            auto& [recentColumn, recentRecord] = recentRecords_[j];
+            if (recentColumn != column) recentColumn = column, recentRecord = RecordFor(*column);
+            CColomnEl* record = recentRecord;
             // The first cell of a column in a row gives its value, as a lookup by name finds it.
             if (!record || record->position == rowIndex) continue;
             record->position = rowIndex;
@@ -303,8 +302,10 @@ void PropertyDocumentWriter::WriteValue(const VARIANT& value, const CColomnEl& r
     // Numbers, dates and booleans are written in digits; only a text can hold what XML cannot carry.
     if (encoding != qnpsPropType_Int && encoding != qnpsPropType_Date && encoding != qnpsPropType_Double &&
         encoding != qnpsPropType_Bool) {
-        RequireCarriable(text.get(), L"Row " + std::wstring(currentRowId_ ? currentRowId_ : L"") + L", column " +
-                                         std::wstring(record.column->Name()) + L": the value");
+        RequireCarriable(text.get(), [&] {
+            return L"Row " + std::wstring(currentRowId_ ? currentRowId_ : L"") + L", column " +
+                   std::wstring(record.column->Name()) + L": the value";
+        });
     }
     SetAttribute(record.column->Name(), com::BorrowedText(text.get()));
 }

@@ -9,6 +9,7 @@
 #include "model/CQnPSTable.h"
 #include "format/CColomnEl.h"
 #include "format/OldDocument.h"
+#include "format/PropertyStorageFormat.h"
 #include "xml/CXmlReaderBase.h"
 #include "xml/CXmlWriterBase.h"
 
@@ -37,10 +38,14 @@ private:
     HRESULT BeginNewDocument();
     HRESULT BeginExistingDocument(const std::vector<BYTE>& oldBytes);
     [[noreturn]] static void ThrowWriteError(const wchar_t* what, HRESULT code, const wchar_t* after);
-    // Refuses the write when `text` holds a character the document cannot carry; `what` names
-    // where the text would have gone.
-    static void RequireCarriable(BSTR text, const std::wstring& what);
-    static void RequireCarriable(const wchar_t* text, size_t length, const std::wstring& what);
+    // Refuses the write when `text` holds a character the document cannot carry; `where()` names
+    // where the text would have gone, and is asked only then.
+    template <class Where>
+    static void RequireCarriable(BSTR text, Where&& where) {
+        UncarriableCharacter found;
+        if (text && FindUncarriableCharacter(text, com::BstrLength(text), found)) ThrowUncarriable(where(), found);
+    }
+    [[noreturn]] static void ThrowUncarriable(const std::wstring& where, const UncarriableCharacter& found);
     void WriteColumns();
     void WriteRows();
     void CarryOver(const model::CQnPSRow& row, long rowIndex);
@@ -68,6 +73,7 @@ private:
     std::vector<CColomnEl> columns_;
     std::unordered_map<std::wstring, long> recordsByName_;
     std::unordered_map<const model::CQnPSColumnDef*, long> recordByColumn_;
+    std::vector<std::pair<const model::CQnPSColumnDef*, CColomnEl*>> recentRecords_;
     // The merge's old document, and the row being written (for messages).
     std::unique_ptr<OldDocument> old_;
     BSTR currentRowId_ = nullptr;
