@@ -131,8 +131,10 @@ done <<'CASES'
 1|^qnps: twice.csv: line 4, column RowID: a.qnps: Props: row "r1" is on line 2 too|twice.csv --dry-run
 1|^qnps: open.csv: line 2: a quoted field is not closed$|open.csv
 1|streams: 0 changed, 0 unchanged, 1 failed; 0 cells changed; stopped at the first failure|stop.csv --stop-on-error --add-rows
-2|^qnps: --dry-run is for a CSV sheet|a.qnps Props a.json --dry-run
+2|^qnps: import takes 1 operand|a.qnps Props a.json
 CASES
+run import a.qnps Props a.json --dry-run
+expect "a dry run of a JSON import" "2|qnps: --dry-run is for a CSV sheet (--csv)" "$rc|$(head -1 <<<"$err")"
 expect "files after the failed imports" "$before" "$(checksums)"
 rm g.qnps
 chmod u+w sub/c.qnps
