@@ -2,7 +2,6 @@
 
 #include "format/PropertyDocumentReader.h"
 #include "format/RowAttribute.h"
-#include "format/ValueText.h"
 
 namespace format {
 
@@ -38,10 +37,7 @@ IXMLDOMElement* OldDocument::FindRow(BSTR rowId) const {
 }
 
 com::UniqueVariant OldDocument::Value(IXMLDOMElement* row, long slot) const {
-    const model::CQnPSColumnDef& column = Column(slot);
-    com::UniqueBstr text;
-    if (!ReadRowAttribute(row, column.Name(), text)) return {};
-    return DecodeValue(std::move(text), column.PropType());
+    return ReadCellValue(row, Column(slot));
 }
 
 }  // namespace format

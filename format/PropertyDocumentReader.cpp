@@ -15,20 +15,6 @@ namespace {
 
 using model::CQnPSColumnDef;
 
-qnpsPropertyType TypeFromText(const wchar_t* text, qnpsPropertyType fallback) {
-    if (com::NamesEqual(text, kTypeBool)) return qnpsPropType_Bool;
-    if (com::NamesEqual(text, kTypeDate)) return qnpsPropType_Date;
-    if (com::NamesEqual(text, kTypeInt)) return qnpsPropType_Int;
-    if (com::NamesEqual(text, kTypeDouble)) return qnpsPropType_Double;
-    return fallback;
-}
-
-qnpsPropertyDirection DirectionFromText(const wchar_t* text, qnpsPropertyDirection fallback) {
-    if (com::NamesEqual(text, kFromDocument)) return qnpsPropDirection_FromDocument;
-    if (com::NamesEqual(text, kToDocument)) return qnpsPropDirection_ToDocument;
-    return fallback;
-}
-
 }  // namespace
 
 com::UniqueBstr PropertyDocumentReader::RootAttribute(const wchar_t* name) {
@@ -158,10 +144,7 @@ com::ComPtr<model::CQnPSRow> PropertyDocumentReader::ReadRow(const std::vector<C
     for (size_t i = 0; i < columns.size(); ++i) {
         model::CQnPSProperty* cell = row->PropertyAt(i);
         if (!cell || cell->Value().vt != VT_EMPTY) continue;
-        com::UniqueBstr text;
-        if (ReadRowAttribute(element, columns[i]->Name(), text)) {
-            cell->MutableValue() = DecodeValue(std::move(text), columns[i]->PropType());
-        }
+        cell->MutableValue() = ReadCellValue(element, *columns[i]);
     }
     return row;
 }

@@ -2,15 +2,12 @@
 
 #include <cwchar>
 #include <memory>
-#include <new>
 
 #include "com/UniqueVariant.h"
 #include "xml/CXmlReaderBase.h"
-#include "format/PropertyDocumentReader.h"
 #include "values/VariantArray.h"
 #include "format/PropertyStorageFormat.h"
 #include "format/RowAttribute.h"
-#include "format/StreamReplacement.h"
 #include "format/ValueText.h"
 
 namespace format {
@@ -19,24 +16,6 @@ namespace {
 using model::CQnPSColumnDef;
 using model::CQnPSProperty;
 using model::CQnPSRow;
-
-const wchar_t* TypeText(qnpsPropertyType type) noexcept {
-    switch (type) {
-        case qnpsPropType_Int: return kTypeInt;
-        case qnpsPropType_Date: return kTypeDate;
-        case qnpsPropType_Double: return kTypeDouble;
-        case qnpsPropType_Bool: return kTypeBool;
-        default: return nullptr;
-    }
-}
-
-const wchar_t* DirectionText(qnpsPropertyDirection direction) noexcept {
-    switch (direction) {
-        case qnpsPropDirection_ToDocument: return kToDocument;
-        case qnpsPropDirection_FromDocument: return kFromDocument;
-        default: return nullptr;
-    }
-}
 
 // The attribute as set on the element, not as a declaration's default would supply it.
 bool SpecifiedAttribute(IXMLDOMElement* element, BSTR name, com::UniqueBstr& text) {
@@ -66,16 +45,7 @@ PropertyDocumentWriter::PropertyDocumentWriter(model::CQnPSTable& table, long fl
       order_(com::CopyText(kOrder)),
       emptyText_(com::CopyText(L"")) {}
 
-HRESULT PropertyDocumentWriter::Write(IStream* stream, ULONGLONG streamSize) {
-    // The old bytes are read whatever the flags: they are what a failed write puts back.
-    std::vector<BYTE> oldBytes;
-    try {
-        oldBytes = ReadWholeStream(stream, streamSize);
-    } catch (const com::ComError& error) {
-        if (error.Code() == E_OUTOFMEMORY) throw;
-        ThrowWriteError(L"The stream's content could not be read", error.Code(), L"; it was not changed.");
-    }
-    std::vector<BYTE> newBytes;
+HRESULT PropertyDocumentWriter::Render(const std::vector<BYTE>& oldBytes, std::vector<BYTE>& newBytes) {
     try {
         const HRESULT begun = oldBytes.empty() ? BeginNewDocument() : BeginExistingDocument(oldBytes);
         if (begun != S_OK) return begun;
@@ -87,35 +57,14 @@ HRESULT PropertyDocumentWriter::Write(IStream* stream, ULONGLONG streamSize) {
         writer_.CloseElement();
         newBytes = writer_.SaveToBytes();
         if (verifySaved_) VerifySaved(newBytes);
+        return S_OK;
     } catch (const com::ComError& error) {
         // A value that does not convert to its column's type, or a parser that refuses a step: the
-        // document is only in memory, so the stream is untouched. Memory is another matter, and a
-        // refusal that says why keeps its words.
+        // document is only in memory. Memory is another matter, and a refusal that says why keeps
+        // its words.
         if (error.Code() == E_OUTOFMEMORY || error.Description()) throw;
         return QNPS_E_WRITEXMLERROR;
     }
-    // The parsed and the built document are done with; their memory is better spent on the copy.
-    old_.reset();
-    writer_.Close();
-
-    StreamReplacement replacement(stream, std::move(oldBytes), std::move(newBytes));
-    const StreamReplacement::Outcome outcome = replacement.Run();
-    if (outcome == StreamReplacement::Outcome::kReplaced || outcome == StreamReplacement::Outcome::kReplacedPadded) {
-        return S_OK;
-    }
-    std::shared_ptr<const std::wstring> description;
-    try {
-        description = std::make_shared<const std::wstring>(replacement.Describe());
-    } catch (const std::bad_alloc&) {
-        // The failure itself is what the caller must learn; its wording can go.
-    }
-    throw com::ComError(QNPS_E_WRITEXMLERROR, std::move(description));
-}
-
-[[noreturn]] void PropertyDocumentWriter::ThrowWriteError(const wchar_t* what, HRESULT code, const wchar_t* after) {
-    wchar_t text[256];
-    std::swprintf(text, 256, L"%ls: IStream answered 0x%08lX%ls", what, static_cast<unsigned long>(code), after);
-    throw com::ComError(QNPS_E_WRITEXMLERROR, std::make_shared<const std::wstring>(text));
 }
 
 void PropertyDocumentWriter::ThrowUncarriable(const std::wstring& where, const UncarriableCharacter& found) {

@@ -10,34 +10,31 @@
 #include "format/CColomnEl.h"
 #include "format/OldDocument.h"
 #include "format/PropertyStorageFormat.h"
-#include "xml/CXmlReaderBase.h"
 #include "xml/CXmlWriterBase.h"
 
 namespace format {
 
-// Writes a table into a stream as a property storage document. An empty stream gets a new
-// document; a stream that holds one keeps its root and everything under it but the two sections,
-// which are written anew, and values the table does not supply are carried over from the old
-// document's row of the same identifier unless the flags say otherwise.
+// Turns a table into the bytes of a property storage document. Without old bytes it makes a new
+// document; over old ones that hold a document it keeps the root and everything under it but the
+// two sections, which are written anew, and values the table does not supply are carried over from
+// the old document's row of the same identifier unless the flags say otherwise.
 //
 // Only what a document can carry is written: a column whose name is no writable name, or that
 // repeats an earlier column's name without regard to case, is left out with its values; a text the
-// document would carry holding a character that XML cannot carry refuses the whole write before
-// the stream is touched.
+// document would carry holding a character that XML cannot carry refuses the whole write.
 class PropertyDocumentWriter {
 public:
     PropertyDocumentWriter(model::CQnPSTable& table, long flags);
 
-    // S_OK, QNPS_E_WRONGAPPLICATION or QNPS_E_WRITEXMLERROR; a failure of the stream itself, and
-    // content the document cannot carry, are thrown as QNPS_E_WRITEXMLERROR with a text that says
-    // what happened and what the stream holds. The stream holds the old content or the whole new
-    // document after every call made to it.
-    HRESULT Write(IStream* stream, ULONGLONG streamSize);
+    // S_OK with the new document's bytes, QNPS_E_WRONGAPPLICATION or QNPS_E_WRITEXMLERROR; content
+    // the document cannot carry is thrown as QNPS_E_WRITEXMLERROR with a text that says what and
+    // where. The table's columns may be changed as the format writes them (an empty display name
+    // takes the name, an unknown type becomes the text type).
+    HRESULT Render(const std::vector<BYTE>& oldBytes, std::vector<BYTE>& newBytes);
 
 private:
     HRESULT BeginNewDocument();
     HRESULT BeginExistingDocument(const std::vector<BYTE>& oldBytes);
-    [[noreturn]] static void ThrowWriteError(const wchar_t* what, HRESULT code, const wchar_t* after);
     // Refuses the write when `text` holds a character the document cannot carry; `where()` names
     // where the text would have gone, and is asked only then.
     template <class Where>

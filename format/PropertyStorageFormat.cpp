@@ -86,6 +86,38 @@ bool IsReservedName(const wchar_t* name, size_t length) noexcept {
 
 }  // namespace
 
+const wchar_t* TypeText(qnpsPropertyType type) noexcept {
+    switch (type) {
+        case qnpsPropType_Int: return kTypeInt;
+        case qnpsPropType_Date: return kTypeDate;
+        case qnpsPropType_Double: return kTypeDouble;
+        case qnpsPropType_Bool: return kTypeBool;
+        default: return nullptr;
+    }
+}
+
+qnpsPropertyType TypeFromText(const wchar_t* text, qnpsPropertyType fallback) noexcept {
+    for (const qnpsPropertyType type : {qnpsPropType_Bool, qnpsPropType_Date, qnpsPropType_Int, qnpsPropType_Double}) {
+        if (_wcsicmp(text, TypeText(type)) == 0) return type;
+    }
+    return fallback;
+}
+
+const wchar_t* DirectionText(qnpsPropertyDirection direction) noexcept {
+    switch (direction) {
+        case qnpsPropDirection_ToDocument: return kToDocument;
+        case qnpsPropDirection_FromDocument: return kFromDocument;
+        default: return nullptr;
+    }
+}
+
+qnpsPropertyDirection DirectionFromText(const wchar_t* text, qnpsPropertyDirection fallback) noexcept {
+    for (const qnpsPropertyDirection direction : {qnpsPropDirection_FromDocument, qnpsPropDirection_ToDocument}) {
+        if (_wcsicmp(text, DirectionText(direction)) == 0) return direction;
+    }
+    return fallback;
+}
+
 long VersionNumber(const wchar_t* text) noexcept {
     if (!text) return 0;
     wchar_t* end = nullptr;

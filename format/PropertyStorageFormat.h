@@ -5,6 +5,8 @@
 #include <cstddef>
 #include <string>
 
+#include "QnPropStorage.h"
+
 // The property storage document: element and attribute names, fixed texts and the version rule.
 namespace format {
 
@@ -28,6 +30,14 @@ inline constexpr wchar_t kTypeInt[] = L"INT";
 inline constexpr wchar_t kTypeDate[] = L"DATE";
 inline constexpr wchar_t kTypeDouble[] = L"DOUBLE";
 inline constexpr wchar_t kTypeBool[] = L"BOOL";
+
+// A column's "Type" and "Direction" texts. Written: null for a value that is written without the
+// attribute (the text type, no direction). Read: compared without regard to case; a text that is
+// none of them keeps `fallback`.
+const wchar_t* TypeText(qnpsPropertyType type) noexcept;
+qnpsPropertyType TypeFromText(const wchar_t* text, qnpsPropertyType fallback) noexcept;
+const wchar_t* DirectionText(qnpsPropertyDirection direction) noexcept;
+qnpsPropertyDirection DirectionFromText(const wchar_t* text, qnpsPropertyDirection fallback) noexcept;
 
 // A version text as a number: the leading decimal number, and when a point follows, that number
 // times 100 plus the number after the point ("1.01" is 101, "1.1" too, "1.10" is 110).

@@ -3,6 +3,7 @@
 #include "com/ComPtr.h"
 #include "com/UniqueVariant.h"
 #include "format/PropertyStorageFormat.h"
+#include "format/ValueText.h"
 
 namespace format {
 namespace {
@@ -34,6 +35,12 @@ bool ReadRowAttribute(IXMLDOMElement* row, BSTR name, com::UniqueBstr& text) {
         return true;
     }
     return false;
+}
+
+com::UniqueVariant ReadCellValue(IXMLDOMElement* row, const model::CQnPSColumnDef& column) {
+    com::UniqueBstr text;
+    if (!ReadRowAttribute(row, column.Name(), text)) return {};
+    return DecodeValue(std::move(text), column.PropType());
 }
 
 long AttributeCount(IXMLDOMElement* element) {

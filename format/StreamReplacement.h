@@ -23,7 +23,7 @@ public:
     // kReplacedPadded: the new document is in whole, followed by white space that could not be cut.
     enum class Outcome { kReplaced, kReplacedPadded, kUntouched, kRestored, kRestoredPadded, kNotRestored };
 
-    // Throws bad_alloc when the buffers cannot be made; the stream is not touched then.
+    // Running out of memory for the buffers is thrown here, before the stream is touched.
     StreamReplacement(IStream* stream, std::vector<BYTE> oldBytes, std::vector<BYTE> newBytes);
 
     Outcome Run() noexcept;

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs the cross toolchains, Wine, the GoogleTest sources, xmllint, the JSON library (header-only,
-# for qnps) and the packaging tools when they are missing.
+# for qnps), LibreOffice Calc (headless, for the tool's spreadsheet test) and the packaging tools when
+# they are missing.
 # Safe to rerun: it does nothing when everything is present.
 set -euo pipefail
 
@@ -16,6 +17,8 @@ command -v zip >/dev/null 2>&1 || need+=(zip)
 [ -f /usr/src/googletest/CMakeLists.txt ] || need+=(googletest)
 command -v xmllint >/dev/null 2>&1 || need+=(libxml2-utils)
 [ -f /usr/include/nlohmann/json.hpp ] || need+=(nlohmann-json3-dev)
+# A real spreadsheet for the tool's bulk round trip, headless.
+command -v soffice >/dev/null 2>&1 || need+=(libreoffice-calc-nogui)
 
 if [ ${#need[@]} -eq 0 ]; then
     exit 0

@@ -3,7 +3,10 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <cwchar>
 
+#include "BulkExport.h"
+#include "BulkImport.h"
 #include "CompoundFile.h"
 #include "Console.h"
 #include "PropertyTable.h"
@@ -70,14 +73,31 @@ const CommandHelp kCommands[] = {
      "Shows the table in STREAM: its application, its columns, then its rows.\n"},
     {"export", "export FILE STREAM [--csv]", "write a stream's table as JSON (or CSV) to standard output",
      "Writes the table in STREAM to standard output as UTF-8, in the JSON form that import reads.\n"
-     "  --csv  RFC 4180 CSV instead: RowID and the column names, then one line per row\n"},
+     "  --csv  RFC 4180 CSV instead: RowID and the column names, then one line per row\n"
+     "\n"
+     "usage: qnps export --csv PATH... [OPTION...]\n"
+     "Writes the tables of many files as one sheet (UTF-8 with a byte order mark, CR LF): File, Stream,\n"
+     "RowID, then every table's columns. PATH is a compound file or a folder of them.\n"
+     "  --stream PATTERN   only the streams whose path matches (* and ?); otherwise every property document\n"
+     "  --pattern PATTERN  the names of the files taken from folders (default *)\n"
+     "  --recurse          take files from subfolders too\n"
+     "  --progress N       without a terminal, a progress line every N files (default 100)\n"},
     {"import", "import FILE STREAM TABLE.json [OPTION...]", "write or merge a JSON table into a stream",
      "Writes the table of TABLE.json into STREAM, making the stream, its storages and FILE when they\n"
      "are missing. Into a stream that holds a table, it merges: values the JSON leaves out are carried\n"
      "over from the stream's row of the same RowID; null removes one.\n"
      "  --overwrite           carry nothing over, and write over another application's table\n"
      "  --skip-direction      also write the values of toDocument columns (otherwise left as they are)\n"
-     "  --application NAME    the table's application instead of the JSON's\n"},
+     "  --application NAME    the table's application instead of the JSON's\n"
+     "\n"
+     "usage: qnps import --csv SHEET.csv [OPTION...]\n"
+     "Sets the cells a sheet of File, Stream, RowID and columns names (a blank cell removes the value),\n"
+     "writing each stream once; rows and columns the sheet leaves out keep what the stream holds.\n"
+     "  --dry-run          print every change and the totals; change nothing\n"
+     "  --stop-on-error    stop at the first failure (otherwise other streams go on)\n"
+     "  --add-rows         add rows the stream lacks (otherwise an error)\n"
+     "  --add-columns      add string columns the table lacks (otherwise an error)\n"
+     "  --progress N       without a terminal, a progress line every N files (default 100)\n"},
     {"check", "check FILE STREAM", "exit 0 when the stream holds a table the library reads",
      "Reads the table in STREAM through the library and says how many columns and rows it has.\n"},
     {"help", "help [COMMAND]", "this text, or one command in full (also: qnps COMMAND --help)",
@@ -118,6 +138,7 @@ std::string Commands::Usage() {
     }
     return usage + "\nFILE is a compound file; STREAM a stream, or storages and a stream separated by \"/\",\n"
                    "each name at most 31 characters. qnps --version prints the version.\n"
+                   "export --csv PATH... and import --csv SHEET.csv work on many files in one sheet.\n"
                    "The full guide: docs/qnps.md\n";
 }
 
@@ -142,8 +163,8 @@ int Commands::Run() {
     if (FindCommand(command) && std::find(arguments_.begin() + 1, arguments_.end(), L"--help") != arguments_.end())
         return Help(command);
     if (command == L"streams") return Streams();
-    if (command == L"show") return Show(false, false);
-    if (command == L"export") return Show(true, true);
+    if (command == L"show") return Show();
+    if (command == L"export") return Export();
     if (command == L"import") return Import();
     if (command == L"check") return Check();
     if (command == L"help") throw ToolError::Usage("help takes one command at most");
@@ -151,6 +172,11 @@ int Commands::Run() {
 }
 
 void Commands::Parse(size_t count, const std::vector<std::wstring>& flags, const std::vector<std::wstring>& valued) {
+    ParseOptions(flags, valued);
+    RequireOperands(count);
+}
+
+void Commands::ParseOptions(const std::vector<std::wstring>& flags, const std::vector<std::wstring>& valued) {
     for (size_t i = 1; i < arguments_.size(); ++i) {
         const std::wstring& argument = arguments_[i];
         if (argument.size() > 2 && argument.compare(0, 2, L"--") == 0) {
@@ -166,9 +192,26 @@ void Commands::Parse(size_t count, const std::vector<std::wstring>& flags, const
             operands_.push_back(argument);
         }
     }
+}
+
+void Commands::RequireOperands(size_t count) const {
     if (operands_.size() != count)
         throw ToolError::Usage(ToUtf8(arguments_[0]) + " takes " + std::to_string(count) + " operand" +
                                (count == 1 ? "" : "s"));
+}
+
+void Commands::RefuseOptions(const std::vector<std::wstring>& options, const std::string& why) const {
+    for (const auto& option : options)
+        if (Has(option)) throw ToolError::Usage(ToUtf8(option) + " " + why);
+}
+
+size_t Commands::ProgressEvery() const {
+    if (!Has(L"--progress")) return 100;
+    const std::wstring& text = options_.at(L"--progress");
+    wchar_t* end = nullptr;
+    const unsigned long every = std::wcstoul(text.c_str(), &end, 10);
+    if (text.empty() || *end || every == 0 || text[0] == L'-') throw ToolError::Usage("--progress takes a count of files");
+    return every;
 }
 
 StorageServer& Commands::Server() {
@@ -187,13 +230,44 @@ int Commands::Streams() {
     return 0;
 }
 
-int Commands::Show(bool csvAllowed, bool asJson) {
-    Parse(2, csvAllowed ? std::vector<std::wstring>{L"--csv"} : std::vector<std::wstring>{});
-    const auto table = ReadTable(Server().get(), operands_[0], operands_[1]);
-    if (!asJson) Console::Out(TableText::Show(table));
-    else if (Has(L"--csv")) Console::Out(TableText::Csv(table));
-    else Console::Out(TableJson::Write(table).dump(2) + "\n");
+int Commands::Show() {
+    Parse(2, {});
+    Console::Out(TableText::Show(ReadTable(Server().get(), operands_[0], operands_[1])));
     return 0;
+}
+
+int Commands::Export() {
+    const std::vector<std::wstring> bulkOptions{L"--stream", L"--pattern", L"--recurse", L"--progress"};
+    ParseOptions({L"--csv", L"--recurse"}, {L"--stream", L"--pattern", L"--progress"});
+    // FILE STREAM, unless the second names a file or folder too, or a bulk option is given.
+    const bool single = operands_.size() == 2 && ::GetFileAttributesW(operands_[1].c_str()) == INVALID_FILE_ATTRIBUTES &&
+                        std::none_of(bulkOptions.begin(), bulkOptions.end(), [this](const auto& o) { return Has(o); });
+    if (single) {
+        const auto table = ReadTable(Server().get(), operands_[0], operands_[1]);
+        Console::Out(Has(L"--csv") ? TableText::Csv(table) : TableJson::Write(table).dump(2) + "\n");
+        return 0;
+    }
+    if (operands_.empty()) throw ToolError::Usage("export takes FILE STREAM, or files and folders with --csv");
+    if (!Has(L"--csv")) throw ToolError::Usage("several files are exported as one CSV sheet only: add --csv");
+    BulkExport::Options options;
+    options.operands = operands_;
+    if (Has(L"--pattern")) options.filePattern = options_[L"--pattern"];
+    options.recurse = Has(L"--recurse");
+    if (Has(L"--stream")) options.streamPattern = options_[L"--stream"];
+    options.progressEvery = ProgressEvery();
+    return BulkExport::Run(Server(), options);
+}
+
+int Commands::ImportSheet() {
+    RequireOperands(1);
+    RefuseOptions({L"--overwrite", L"--skip-direction", L"--application"}, "is not for a CSV sheet");
+    BulkImport::Options options;
+    options.dryRun = Has(L"--dry-run");
+    options.stopOnError = Has(L"--stop-on-error");
+    options.addRows = Has(L"--add-rows");
+    options.addColumns = Has(L"--add-columns");
+    options.progressEvery = ProgressEvery();
+    return BulkImport(Server(), options).Run(FileBytes(operands_[0]), ToUtf8(operands_[0]));
 }
 
 int Commands::Check() {
@@ -206,7 +280,13 @@ int Commands::Check() {
 }
 
 int Commands::Import() {
-    Parse(3, {L"--overwrite", L"--skip-direction"}, {L"--application"});
+    ParseOptions({L"--overwrite", L"--skip-direction", L"--csv", L"--dry-run", L"--stop-on-error", L"--add-rows",
+                  L"--add-columns"},
+                 {L"--application", L"--progress"});
+    if (Has(L"--csv")) return ImportSheet();
+    RefuseOptions({L"--dry-run", L"--stop-on-error", L"--add-rows", L"--add-columns", L"--progress"},
+                  "is for a CSV sheet (--csv)");
+    RequireOperands(3);
     const std::wstring& path = operands_[0];
     const std::wstring& streamPath = operands_[1];
     auto table = TableJson::Read(FileBytes(operands_[2]), ToUtf8(operands_[2]));

@@ -21,13 +21,20 @@ public:
 private:
     int Help(const std::wstring& command);
     int Streams();
-    int Show(bool csvAllowed, bool asJson);
+    int Show();
+    int Export();
     int Import();
+    int ImportSheet();
     int Check();
 
     // Splits the arguments after the command into `count` operands and the named options, which
     // may come anywhere; an option in `valued` takes the next argument as its value.
     void Parse(size_t count, const std::vector<std::wstring>& flags, const std::vector<std::wstring>& valued = {});
+    void ParseOptions(const std::vector<std::wstring>& flags, const std::vector<std::wstring>& valued);
+    void RequireOperands(size_t count) const;
+    // Refuses options of the command's other form.
+    void RefuseOptions(const std::vector<std::wstring>& options, const std::string& why) const;
+    size_t ProgressEvery() const;
     bool Has(const std::wstring& option) const { return options_.count(option) != 0; }
     StorageServer& Server();
 

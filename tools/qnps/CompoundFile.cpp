@@ -191,7 +191,7 @@ void CompoundFile::ListInto(IStorage* storage, const std::wstring& prefix, std::
               [](const Entry& a, const Entry& b) { return _wcsicmp(a.path.c_str(), b.path.c_str()) < 0; });
     for (const Entry& entry : level) {
         const std::wstring path = prefix + Printable(entry.path);
-        entries.push_back({path, entry.isStorage, entry.size});
+        entries.push_back({path, entry.isStorage, entry.size, Printable(entry.path) != entry.path});
         if (!entry.isStorage) continue;
         com::ComPtr<IStorage> inner;
         hr = storage->OpenStorage(entry.path.c_str(), nullptr, kReadElement, nullptr, 0, inner.put());

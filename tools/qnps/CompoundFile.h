@@ -17,6 +17,7 @@ public:
         std::wstring path;
         bool isStorage;
         ULONGLONG size;
+        bool escaped = false;  // the path shows control characters as "\xNN", so it opens nothing
     };
     // A stream with the storages on its path: releasing a storage invalidates what was opened in it.
     class Stream {

@@ -2,6 +2,7 @@
 
 #include <vector>
 
+#include "Csv.h"
 #include "Utf8.h"
 #include "ValueText.h"
 
@@ -44,16 +45,6 @@ std::vector<std::string> RowTexts(const PropertyTable& table, const PropertyTabl
     return texts;
 }
 
-std::string CsvField(const std::string& text) {
-    if (text.find_first_of(",\"\r\n") == std::string::npos) return text;
-    std::string quoted = "\"";
-    for (char c : text) {
-        if (c == '"') quoted += '"';
-        quoted += c;
-    }
-    return quoted + "\"";
-}
-
 }  // namespace
 
 std::string TableText::Show(const PropertyTable& table) {
@@ -81,10 +72,7 @@ std::string TableText::Csv(const PropertyTable& table) {
     for (const auto& column : table.columns) lines[0].push_back(ToUtf8(column.name));
     for (const auto& row : table.rows) lines.push_back(RowTexts(table, row));
     std::string out;
-    for (const auto& line : lines) {
-        for (size_t i = 0; i < line.size(); ++i) out += (i ? "," : "") + CsvField(line[i]);
-        out += "\r\n";
-    }
+    for (const auto& line : lines) out += Csv::Line(line);
     return out;
 }
 

@@ -1,5 +1,7 @@
 #include "ToolError.h"
 
+#include <cstdio>
+
 #include "QnPropStorage.h"
 #include "Utf8.h"
 #include "com/Bstr.h"
@@ -16,6 +18,13 @@ ToolError ToolError::FailedWithRecord(const std::string& context, HRESULT code) 
     const std::wstring words(description ? description.get() : L"", com::BstrLength(description.get()));
     if (words.empty()) return Failed(context, code);
     return ToolError(context + ": " + ToUtf8(words), code);
+}
+
+std::string ToolError::WithCode() const {
+    if (code_ == S_OK) return what();
+    char hex[16];
+    std::snprintf(hex, sizeof hex, "0x%08lX", static_cast<unsigned long>(code_));
+    return std::string(what()) + " (" + hex + ")";
 }
 
 std::string ToolError::Describe(HRESULT code) {

@@ -27,6 +27,8 @@ public:
     static std::string Describe(HRESULT code);
 
     HRESULT Code() const noexcept { return code_; }
+    // The message and, when there is one, the HRESULT: "... (0x80030002)".
+    std::string WithCode() const;
     bool IsUsage() const noexcept { return usage_; }
 
 private:
