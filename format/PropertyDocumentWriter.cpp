@@ -60,9 +60,8 @@ HRESULT PropertyDocumentWriter::Render(const std::vector<BYTE>& oldBytes, std::v
         return S_OK;
     } catch (const com::ComError& error) {
         // A value that does not convert to its column's type, or a parser that refuses a step: the
-        // document is only in memory. Memory is another matter, and a refusal that says why keeps
-        // its words.
-        if (error.Code() == E_OUTOFMEMORY || error.Description()) throw;
+        // document is only in memory. A refusal that says why keeps its words.
+        if (error.Description()) throw;
         return QNPS_E_WRITEXMLERROR;
     }
 }
@@ -241,7 +240,7 @@ void PropertyDocumentWriter::CarryValue(IXMLDOMElement* oldRow, const CColomnEl&
     } catch (const com::ComError& error) {
         // An old value that its own column's encoding no longer takes (a date beyond the range of
         // automation dates) is left behind; the rest of the write goes on.
-        if (error.Code() == E_OUTOFMEMORY || error.Description()) throw;
+        if (error.Description()) throw;
     }
 }
 

@@ -39,7 +39,6 @@ HRESULT WriteTable(IStream* stream, model::CQnPSTable& table, long flags, ULONGL
     try {
         oldBytes = ReadWholeStream(stream, streamSize);
     } catch (const com::ComError& error) {
-        if (error.Code() == E_OUTOFMEMORY) throw;
         ThrowStreamUnread(error.Code());
     }
     std::vector<BYTE> newBytes;
