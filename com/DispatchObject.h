@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <memory>
 #include <new>
+#include <type_traits>
 #include <utility>
 
 #include "com/CTvErrorInfo.h"
@@ -36,6 +37,12 @@ struct SideBlock {
     TVL::CTvErrorInfo errorInfo;
     Extra extra;
 };
+
+// Whether every object of the interface takes a module lock of its own. Objects made by the
+// hundred thousand (cells) live in shared blocks instead, each block holding one lock for all its
+// objects, so that making one costs no interlocked operation.
+template <class Interface>
+struct LocksModulePerObject : std::true_type {};
 
 // The shared half of every automation object: single-threaded reference counting,
 // QueryInterface over the interface's chain, IDispatch through the library's type information,
@@ -71,7 +78,7 @@ public:
     STDMETHODIMP_(ULONG) AddRef() override { return ++references_; }
     STDMETHODIMP_(ULONG) Release() override {
         const ULONG remaining = --references_;
-        if (remaining == 0) delete this;
+        if (remaining == 0) Destroy();
         return remaining;
     }
 
@@ -115,8 +122,16 @@ public:
     }
 
 protected:
-    DispatchObject() noexcept { ModuleLock::Lock(); }
-    virtual ~DispatchObject() { ModuleLock::Unlock(); }
+    DispatchObject() noexcept {
+        if constexpr (LocksModulePerObject<Interface>::value) ModuleLock::Lock();
+    }
+    virtual ~DispatchObject() {
+        if constexpr (LocksModulePerObject<Interface>::value) ModuleLock::Unlock();
+    }
+
+    // The end of an object at its last reference. An object that lives in a shared block rather
+    // than on the heap of its own gives its place back instead.
+    virtual void Destroy() noexcept { delete this; }
 
     // The side block's extra part if the block was ever made, else null.
     const Extra* SideExtra() const noexcept { return side_ ? &side_->extra : nullptr; }
