@@ -42,7 +42,7 @@ void CQnPSProperty::Store(VARTYPE type, std::uint64_t payload) noexcept {
 
 VARIANT CQnPSProperty::Value() const noexcept {
     const VARTYPE type = StoredType();
-    if (IsBoxed(type)) return reinterpret_cast<const Box*>(static_cast<std::uintptr_t>(payload_))->get();
+    if (IsBoxed(type)) return static_cast<const Box*>(PayloadAddress())->get();
     VARIANT value{};
     value.vt = type;
     std::memcpy(&value.llVal, &payload_, sizeof payload_);
@@ -52,8 +52,8 @@ VARIANT CQnPSProperty::Value() const noexcept {
 void CQnPSProperty::ClearValue() noexcept {
     const VARTYPE type = StoredType();
     if (IsBoxed(type)) {
-        delete reinterpret_cast<Box*>(static_cast<std::uintptr_t>(payload_));
-    } else if (type != VT_BSTR || !Block()->HoldsText(reinterpret_cast<const void*>(payload_))) {
+        delete static_cast<Box*>(PayloadAddress());
+    } else if (type != VT_BSTR || !Block()->HoldsText(PayloadAddress())) {
         Box owned;
         *owned.put() = Value();
     }

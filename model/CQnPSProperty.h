@@ -59,6 +59,7 @@ private:
     VARTYPE StoredType() const noexcept { return static_cast<VARTYPE>(SpareTagBits() & 0xFFFF); }
     std::uint8_t Slot() const noexcept { return static_cast<std::uint8_t>(SpareTagBits() >> 16); }
     void Store(VARTYPE type, std::uint64_t payload) noexcept;
+    void* PayloadAddress() const noexcept { return reinterpret_cast<void*>(static_cast<std::uintptr_t>(payload_)); }
     CellBlock* Block() const noexcept { return CellBlock::OfSlot(this, Slot()); }
     void ClearValue() noexcept;
 
