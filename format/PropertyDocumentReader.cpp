@@ -1,5 +1,7 @@
 #include "format/PropertyDocumentReader.h"
 
+#include <algorithm>
+#include <cstdint>
 #include <cwchar>
 #include <functional>
 #include <string>
@@ -123,28 +125,43 @@ com::ComPtr<model::CQnPSRow> PropertyDocumentReader::ReadRow(const std::vector<C
     auto row = com::MakeObject<model::CQnPSRow>();
     row->SetRowID(rowId);
     row->ReserveItems(columns.size());
+    // The values first: their texts are kept in the block of the row's cells, which is made to fit.
+    values_.resize(columns.size());
     long found = 0;
     bool missed = false;
-    for (CQnPSColumnDef* column : columns) {
-        auto cell = com::MakeObject<model::CQnPSProperty>();
-        cell->LinkDefinition(column);
+    for (size_t i = 0; i < columns.size(); ++i) {
+        values_[i].reset();
         com::UniqueBstr text;
-        if (reader_.GetAttribute(column->Name(), text.put())) {
-            cell->MutableValue() = DecodeValue(std::move(text), column->PropType());
+        if (reader_.GetAttribute(columns[i]->Name(), text.put())) {
+            values_[i] = DecodeValue(std::move(text), columns[i]->PropType());
             ++found;
         } else {
             missed = true;
         }
-        row->Append(cell.get());
     }
     // Attributes beyond the identifier and the columns found by their very names may be values
     // under another spelling of a column's name; only then are they looked for.
     IXMLDOMElement* element = reader_.CurrentElement();
-    if (!missed || !element || AttributeCount(element) <= found + 1) return row;
-    for (size_t i = 0; i < columns.size(); ++i) {
-        model::CQnPSProperty* cell = row->PropertyAt(i);
-        if (!cell || cell->Value().vt != VT_EMPTY) continue;
-        cell->MutableValue() = ReadCellValue(element, *columns[i]);
+    if (missed && element && AttributeCount(element) > found + 1) {
+        for (size_t i = 0; i < columns.size(); ++i) {
+            if (values_[i].type() == VT_EMPTY) values_[i] = ReadCellValue(element, *columns[i]);
+        }
+    }
+    for (size_t first = 0; first < columns.size(); first += model::CellBlock::kMaxCells) {
+        const size_t end = std::min(columns.size(), first + model::CellBlock::kMaxCells);
+        size_t textBytes = 0;
+        for (size_t i = first; i < end; ++i) {
+            const VARIANT& value = values_[i].get();
+            if (value.vt == VT_BSTR) textBytes += model::CellBlock::TextBytes(::SysStringByteLen(value.bstrVal));
+        }
+        const model::OpenCellBlock block(
+            model::CellBlock::Create(static_cast<std::uint32_t>(end - first), textBytes));
+        for (size_t i = first; i < end; ++i) {
+            auto cell = model::CQnPSProperty::CreateIn(*block);
+            cell->LinkDefinition(columns[i]);
+            cell->SetValue(std::move(values_[i]));
+            row->Append(cell.get());
+        }
     }
     return row;
 }

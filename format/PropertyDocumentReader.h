@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "com/ComPtr.h"
+#include "com/UniqueVariant.h"
 #include "model/CQnPSTable.h"
 #include "xml/CXmlReaderBase.h"
 
@@ -38,6 +39,8 @@ private:
     com::UniqueBstr RootAttribute(const wchar_t* name);
 
     xml::CXmlReaderBase& reader_;
+    // The values of the row being read, by column.
+    std::vector<com::UniqueVariant> values_;
 };
 
 }  // namespace format

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <unordered_map>
 
@@ -55,11 +56,21 @@ public:
         });
     }
 
-    qnpsObjectType ObjectType() const noexcept { return static_cast<qnpsObjectType>(this->Tag()); }
+    qnpsObjectType ObjectType() const noexcept {
+        return static_cast<qnpsObjectType>(static_cast<std::int8_t>(this->Tag() & 0xFF));
+    }
 
 protected:
     CPSObjectBase() noexcept { SetObjectType(qnpsObjType_QnPSObject); }
-    void SetObjectType(qnpsObjectType type) noexcept { this->SetTag(type); }
+    // The type (-1 to 8) takes the tag's low byte; the other three bytes are the deriving class's.
+    void SetObjectType(qnpsObjectType type) noexcept {
+        this->SetTag(static_cast<std::int32_t>((static_cast<std::uint32_t>(this->Tag()) & ~0xFFu) |
+                                               static_cast<std::uint8_t>(type)));
+    }
+    std::uint32_t SpareTagBits() const noexcept { return static_cast<std::uint32_t>(this->Tag()) >> 8; }
+    void SetSpareTagBits(std::uint32_t bits) noexcept {
+        this->SetTag(static_cast<std::int32_t>((bits << 8) | (static_cast<std::uint32_t>(this->Tag()) & 0xFFu)));
+    }
 
 private:
     static constexpr size_t kInitialBins = 17;

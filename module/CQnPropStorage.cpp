@@ -12,9 +12,13 @@ using model::OwnObject;
 namespace {
 
 template <class T>
-HRESULT CreateAs(IQnPSObject** object) {
-    auto created = com::MakeObject<T>();
+HRESULT Hand(const com::ComPtr<T>& created, IQnPSObject** object) {
     return created->QueryInterface(IID_IQnPSObject, reinterpret_cast<void**>(object));
+}
+
+template <class T>
+HRESULT CreateAs(IQnPSObject** object) {
+    return Hand(com::MakeObject<T>(), object);
 }
 
 }  // namespace
@@ -27,7 +31,7 @@ STDMETHODIMP CQnPropStorage::CreateQnPSObject(qnpsObjectType eType, IQnPSObject*
             case qnpsObjType_QnPSObject:
             case qnpsObjType_QnPropertyStorage: return static_cast<HRESULT>(QNPS_E_UNKNOWNOBJECTTYPE);
             case qnpsObjType_QnPSCollection: return CreateAs<model::CQnPSObjCollection>(ppObject);
-            case qnpsObjType_QnPSProperty: return CreateAs<model::CQnPSProperty>(ppObject);
+            case qnpsObjType_QnPSProperty: return Hand(cells_.NewCell(), ppObject);
             case qnpsObjType_ColumnDef: return CreateAs<model::CQnPSColumnDef>(ppObject);
             case qnpsObjType_Table: return CreateAs<model::CQnPSTable>(ppObject);
             case qnpsObjType_ColumnDefCollection: return CreateAs<model::CQnPSColumnDefCollection>(ppObject);

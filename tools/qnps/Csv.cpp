@@ -18,7 +18,7 @@ size_t LineOfInvalidUtf8(const std::string& text) {
         if (length > 1) {
             try {
                 FromUtf8(std::string_view(text.data() + i, length));
-            } catch (const ToolError&) {
+            } catch (const std::range_error&) {
                 return line;
             }
         }
@@ -49,7 +49,7 @@ std::string Csv::Line(const std::vector<std::string>& fields) {
 std::vector<Csv::Record> Csv::Parse(const std::string& text, const std::string& source) {
     try {
         FromUtf8(text);
-    } catch (const ToolError&) {
+    } catch (const std::range_error&) {
         throw ToolError(source + ": line " + std::to_string(LineOfInvalidUtf8(text)) +
                         ": not UTF-8 (save the sheet as UTF-8 CSV)");
     }
