@@ -47,4 +47,37 @@ TEST_F(CellLifetime, CellsOutliveTheirTableRowsAndStorageInAnyOrder) {
     EXPECT_EQ(S_OK, ModuleCanUnloadNow());
 }
 
+// A row wider than one block spreads its cells over several; each keeps its own value, the texts
+// of every block included, and a cell kept from the last block holds the module on its own.
+TEST_F(CellLifetime, RowsWiderThanABlockKeepEveryValue) {
+    constexpr int kColumns = 600;
+    std::string definitions, values;
+    for (int c = 0; c < kColumns; ++c) {
+        const std::string name = "C" + std::to_string(c);
+        definitions += "<" + name + (c % 3 == 1 ? " Type=\"INT\"/>" : "/>");
+        // Column 7 is left without a value; column 500's is under another spelling of its name.
+        if (c == 7) continue;
+        values += " " + (c == 500 ? std::string("c500") : name) + "=\"" +
+                  (c % 3 == 1 ? std::to_string(c * 7) : std::string(static_cast<size_t>(c % 40), 'x') + std::to_string(c)) +
+                  "\"";
+    }
+    auto stream = StreamWith(Document("<ColumnDefs>" + definitions + "</ColumnDefs><Properties><Row RowID=\"R1\"" +
+                                      values + "/></Properties>"));
+    auto table = Read(stream.get());
+    for (int c = 0; c < kColumns; ++c) {
+        const std::wstring name = L"C" + std::to_wstring(c);
+        const std::wstring expected = c == 7       ? L"EMPTY"
+                                      : c % 3 == 1 ? L"I4 " + std::to_wstring(c * 7)
+                                                   : L"BSTR " + std::wstring(static_cast<size_t>(c % 40), L'x') + std::to_wstring(c);
+        ASSERT_EQ(expected, CellText(table.get(), L"R1", name.c_str())) << name;
+    }
+    ComPtr<IQnPSProperty> last;
+    ASSERT_EQ(S_OK, table->get_Property(Bstr(L"R1").get(), Bstr(L"C599").get(), last.put()));
+    table.reset(), stream.reset(), storage_.reset();
+    EXPECT_EQ(std::wstring(599 % 40, L'x') + L"599", ValueOfCell(last.get()));
+    EXPECT_EQ(S_FALSE, ModuleCanUnloadNow());
+    last.reset();
+    EXPECT_EQ(S_OK, ModuleCanUnloadNow());
+}
+
 }  // namespace
