@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cwchar>
 
+#include "com/Bstr.h"
+
 namespace format {
 namespace {
 
@@ -98,7 +100,7 @@ const wchar_t* TypeText(qnpsPropertyType type) noexcept {
 
 qnpsPropertyType TypeFromText(const wchar_t* text, qnpsPropertyType fallback) noexcept {
     for (const qnpsPropertyType type : {qnpsPropType_Bool, qnpsPropType_Date, qnpsPropType_Int, qnpsPropType_Double}) {
-        if (_wcsicmp(text, TypeText(type)) == 0) return type;
+        if (com::NamesEqual(text, TypeText(type))) return type;
     }
     return fallback;
 }
@@ -113,7 +115,7 @@ const wchar_t* DirectionText(qnpsPropertyDirection direction) noexcept {
 
 qnpsPropertyDirection DirectionFromText(const wchar_t* text, qnpsPropertyDirection fallback) noexcept {
     for (const qnpsPropertyDirection direction : {qnpsPropDirection_FromDocument, qnpsPropDirection_ToDocument}) {
-        if (_wcsicmp(text, DirectionText(direction)) == 0) return direction;
+        if (com::NamesEqual(text, DirectionText(direction))) return direction;
     }
     return fallback;
 }

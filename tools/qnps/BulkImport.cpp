@@ -44,7 +44,8 @@ std::optional<com::UniqueVariant> ParseCell(long type, const std::string& text, 
         return value;
     }
     case qnpsPropType_Bool: {
-        const std::wstring folded = com::FoldedName(FromUtf8(text).c_str(), FromUtf8(text).size());
+        const std::wstring wide = FromUtf8(text);
+        const std::wstring folded = com::FoldedName(wide.c_str(), wide.size());
         if (folded != L"true" && folded != L"false") {
             why = "a bool value must be true or false";
             return std::nullopt;
